@@ -1,0 +1,93 @@
+# The tests: one executable for each folder of tests/ that holds *_test.cpp, and one CTest entry for
+# each executable. What needs a server is started through tests/run_with_server.sh.
+include(cmake/googletest.cmake)
+
+# The development server exists for Unix only: a Windows build runs its tests against the native one.
+if(WIN32)
+    set(TAVU_TAVUD ${PROJECT_SOURCE_DIR}/build/linux-release/tavud CACHE FILEPATH
+        "The natively built server that the end-to-end tests run against")
+    set(run_program ${CMAKE_CROSSCOMPILING_EMULATOR})
+    set(sockets_source tests/support/host_sockets_win.cpp)
+else()
+    set(TAVU_TAVUD ${PROJECT_BINARY_DIR}/tavud)
+    set(run_program)
+    set(sockets_source tests/support/host_sockets_unix.cpp)
+endif()
+set(run_with_server ${PROJECT_SOURCE_DIR}/tests/run_with_server.sh ${TAVU_TAVUD} --)
+
+set(test_environment
+    "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
+    "UBSAN_OPTIONS=print_stacktrace=1"
+    "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+
+# tavu_add_test(NAME COMMAND...) adds one CTest entry with the settings that all of them share.
+function(tavu_add_test name)
+    add_test(NAME ${name} COMMAND ${ARGN})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT 300
+        ENVIRONMENT "${test_environment}"
+        WORKING_DIRECTORY ${PROJECT_BINARY_DIR})
+endfunction()
+
+# What several tests share, the scripted peer among it. It may call the library's own functions;
+# which copy of them it gets is the choice of the executable that links it.
+tavu_glob(support_sources tests/support)
+list(FILTER support_sources EXCLUDE REGEX "/(test_main|host_sockets_unix|host_sockets_win)\\.cpp$")
+set(test_support)
+if(support_sources)
+    add_library(test_support STATIC ${support_sources})
+    target_include_directories(test_support PUBLIC tests src include)
+    target_compile_definitions(test_support PUBLIC TAVU_TEST_SEAMS=1)
+    target_link_libraries(test_support PUBLIC tavu_warnings tavu_gtest tavu_system)
+    set(test_support test_support)
+endif()
+
+# tavu_test_executable(AREA LIBRARY) makes test_<area> from tests/<area>, if it has tests.
+function(tavu_test_executable area library)
+    tavu_glob(sources tests/${area})
+    set(test_sources ${sources})
+    list(FILTER test_sources INCLUDE REGEX "_test\\.cpp$")
+    if(NOT test_sources OR NOT TARGET ${library})
+        return()
+    endif()
+    add_executable(test_${area} ${sources} tests/support/test_main.cpp ${sockets_source})
+    target_include_directories(test_${area} PRIVATE tests src include)
+    target_link_libraries(test_${area}
+        PRIVATE tavu_warnings ${test_support} ${library} tavu_gtest tavu_system)
+endfunction()
+
+foreach(area platform diag wire client values stmt bulk oci fault)
+    tavu_test_executable(${area} tavu_seams)
+    if(TARGET test_${area})
+        tavu_add_test(${area} test_${area} --gtest_brief=1)
+    endif()
+endforeach()
+
+tavu_test_executable(api TavuOCI)
+if(TARGET test_api)
+    tavu_add_test(api test_api --gtest_brief=1)
+endif()
+
+tavu_test_executable(e2e TavuOCI)
+if(TARGET test_e2e)
+    tavu_add_test(e2e ${run_with_server} ${run_program} $<TARGET_FILE:test_e2e> --gtest_brief=1)
+endif()
+
+# Each example runs against a server of its own, told where to log on. What it must print lies
+# beside its source.
+file(GLOB example_outputs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/*.expected)
+foreach(expected IN LISTS example_outputs)
+    cmake_path(GET expected STEM name)
+    if(TARGET example_${name})
+        tavu_add_test(example_${name} ${PROJECT_SOURCE_DIR}/tests/compare_output.sh ${expected} --
+            ${run_with_server} ${run_program} $<TARGET_FILE:example_${name}>
+            127.0.0.1:@PORT@/SYSTEM)
+    endif()
+endforeach()
+
+if(NOT WIN32)
+    tavu_test_executable(server tavud_parts)
+    if(TARGET test_server)
+        tavu_add_test(server test_server --gtest_brief=1)
+    endif()
+endif()

@@ -1,0 +1,65 @@
+// One accepted socket with its buffers: typed reads and writes in network byte order.
+//
+// Requests arrive and answers leave through here and nowhere else, so this is also where a stream
+// cipher is to be put: bytes pass ReceiveSome on their way in and SendAll on their way out.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavud {
+
+// The peer has gone, or the server is stopping: the connection ends without a word.
+struct ConnectionClosed : std::runtime_error {
+    ConnectionClosed() : std::runtime_error("connection closed") {
+    }
+};
+
+// What arrived is no part of the protocol: the connection ends with a line on stderr.
+struct BadFrame : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Borrows the socket, which whoever accepted it closes. Used by one thread.
+class Channel {
+public:
+    explicit Channel(int socket);
+
+    uint8_t ReadByte();
+    int16_t ReadInt16();
+    int32_t ReadInt32();
+    // Reads exactly `count` bytes. The text grows as bytes arrive, so that a length which nobody
+    // follows up with bytes reserves nothing.
+    std::string ReadBytes(size_t count);
+    void SkipBytes(size_t count);
+
+    void WriteByte(uint8_t value);
+    void WriteInt32(int32_t value);
+    void WriteBytes(std::string_view bytes);
+    // An int32 length and the bytes.
+    void WriteText(std::string_view text);
+    void Flush();
+
+private:
+    size_t ReceiveSome(uint8_t *bytes, size_t bytes_max);
+    void SendAll(const char *bytes, size_t count);
+
+    int socket_;
+    std::vector<uint8_t> input_;
+    size_t input_start_ = 0;  // first unread byte: input_start_ <= input_end_ <= input_.size()
+    size_t input_end_ = 0;
+    std::string output_;  // not yet sent, below OUTPUT_BYTES between two calls
+};
+
+// Network byte order in a text, for values that are put together before they are sent.
+void AppendInt16(std::string *bytes, int16_t value);
+void AppendInt32(std::string *bytes, int32_t value);
+void AppendInt64(std::string *bytes, int64_t value);
+// The first `width` bytes, 1 to 8, as a signed integer in network order.
+int64_t LoadInteger(std::string_view bytes, size_t width);
+
+}  // namespace tavud

@@ -1,0 +1,169 @@
+// The records of the call interface. Each begins with its type code, which all type checks read.
+//
+// Applications free handles in any order. So an environment keeps all its live records on a list,
+// and a record that goes is forgotten by the records that name it (see RecordForget in handles.h).
+#pragma once
+
+#include <cstdint>
+
+#include "platform/list.h"
+#include "records/handles.h"
+#include "records/statement.h"
+#include "records/values.h"
+#include "tavu/oci.h"
+
+constexpr uint32_t CONTEXT_TEXT_BYTES = 128;
+constexpr uint32_t ERROR_TEXT_BYTES = 512;
+
+// Where the last error of an OCIError is to be read.
+enum ErrorSource { ERROR_NONE = 0, ERROR_OF_SESSION = 3, ERROR_OF_STMT = 5, ERROR_OF_RECORD = 8 };
+
+// The class of a statement text, by its first word.
+enum StmtClass { CLASS_OTHER = 0, CLASS_DDL = 1, CLASS_DML = 2, CLASS_SELECT = 3 };
+
+// One user memory block of an environment.
+struct UserMemNode {
+    void *memory;  // owned; what the application got, 16 bytes behind the start of the block
+    UserMemNode *next;
+};
+
+// The part that every record but the environment's ends with: its place on the environment's list.
+struct RecordLink {
+    ListLink link;
+    void *record;  // the record that this belongs to
+    OCIEnv *env;   // borrowed; NULL once the environment is gone
+};
+
+struct OCIEnv {
+    uint32_t type;  // OCI_HTYPE_ENV
+    TVCIEnv *native_env;
+    OCISvcCtx *svcctx;    // the newest; NULL when none was made or it was freed
+    OCIServer *server;    // the newest, freed or not (see server_freed)
+    OCISession *session;  // the newest with a native handle, freed or not (see session_freed)
+    OCIMallocFunc malocfp;
+    OCIReallocFunc ralocfp;  // never called
+    OCIFreeFunc mfreefp;
+    void *ctxp;
+    UserMemNode first_usermem;
+    UserMemNode *usermem_list;
+    OCISession **pending_sessions;  // owned array
+    int32_t pending_session_count;
+    OCIStmt **pending_stmts;  // owned array
+    int32_t pending_stmt_count;
+    ListLink records;       // of RecordLink.link: every live record made under this environment
+    uint8_t server_freed;   // `server` names a freed record
+    uint8_t session_freed;  // `session` names a freed record
+};
+
+struct OCIError {
+    uint32_t type;    // OCI_HTYPE_ERROR
+    uint32_t source;  // ErrorSource
+    void *source_handle;  // borrowed; OCISession or OCIStmt by `source`; NULL once that is freed
+    char message[ERROR_TEXT_BYTES];
+    RecordLink link;
+};
+
+struct OCIServer {
+    uint32_t type;  // OCI_HTYPE_SERVER
+    TVCIServer *native_server;
+    RecordLink link;
+};
+
+struct OCISession {
+    uint32_t type;  // OCI_HTYPE_SESSION
+    TVCISession *native_session;  // NULL while pending
+    char user[CONTEXT_TEXT_BYTES];
+    char password[CONTEXT_TEXT_BYTES];
+    uint8_t logged_on;
+    void *usermem;
+    RecordLink link;
+};
+
+struct OCISvcCtx {
+    uint32_t type;  // OCI_HTYPE_SVCCTX
+    OCIEnv *env;    // borrowed; NULL once it is freed
+    OCIServer *server;    // as the application set it; handed back unread
+    OCISession *session;  // as the application set it (see session_freed)
+    OCIStmt *stmt;        // the statement that last received a native handle; NULL once freed
+    char ip[16];
+    uint32_t port;
+    uint32_t charset;
+    uint8_t session_freed;  // `session` names a freed record
+    RecordLink link;
+};
+
+struct OCIStmt {
+    uint32_t type;  // OCI_HTYPE_STMT
+    TVCIStmt *native_stmt;  // NULL while pending
+    char *text;             // owned; of a statement that is prepared on the server
+    char *ddl_text;         // owned; of a statement that is run directly
+    int32_t bind_count;
+    OCIBind **binds;
+    int32_t define_count;
+    OCIDefine **defines;
+    OCIDefine *piece_define;  // the define that a piecewise fetch is filling
+    uint8_t prepared;
+    uint32_t stmt_class;  // StmtClass
+    uint8_t defined;
+    uint32_t rows_fetched;
+    uint32_t rows_total;
+    OCIParam *param;  // owned; the newest parameter descriptor
+    uint8_t lob_dirty;
+    void *usermem;
+    RecordLink link;
+};
+
+struct OCIParam {
+    uint32_t type;  // OCI_DTYPE_PARAM
+    ColumnHandle *native_column;  // borrowed; NULL past the last column; see ParamColumn in stmt.h
+    char name[CONTEXT_TEXT_BYTES];
+    OCIStmt *stmt;        // borrowed; NULL once it is freed
+    uint32_t generation;  // TVCIStmt.result_generation when `native_column` was taken
+    OCIParam *older;      // the statement's earlier descriptor; the application never frees one
+};
+
+struct OCIBind {
+    uint32_t type;  // OCI_HTYPE_BIND
+    uint32_t position;  // 0 for a bind by name
+    char *name;         // owned; the placeholder as written
+    void *valuep;
+    void *value_buffer;  // owned, or the locator's native LOB
+    int16_t *indp;
+    int32_t actual_length;
+    uint32_t piece_length;
+    uint32_t value_sz;
+    uint32_t dty;
+    uint8_t mode;
+    uint8_t value_ready;
+    OCIStmt *stmt;
+};
+
+struct OCIDefine {
+    uint32_t type;  // OCI_HTYPE_DEFINE
+    uint32_t position;
+    void *valuep;
+    void *value_buffer;  // owned, or the locator's native LOB
+    uint32_t dty;
+    int32_t value_sz;
+    uint16_t *indp;
+    int32_t length;       // of the current row's value; 0: NULL
+    int32_t return_code;  // status of the conversion of the current row's value
+    uint32_t *rlenp;
+    int32_t *rcodep;  // borrowed, or NULL
+    uint32_t mode;
+    uint32_t lob_bind_position;
+    uint32_t piece_offset;
+    uint32_t *piece_lengthp;
+    void *piece_buffer;
+    uint8_t piece_done;
+    OCIStmt *stmt;
+};
+
+struct OCILobLocator {
+    uint32_t type;  // OCI_DTYPE_LOB
+    LobRecord *native_lob;
+    uint8_t *data;
+    uint32_t length;
+    uint32_t position;
+    RecordLink link;
+};

@@ -1,0 +1,89 @@
+// The native statement, its parameters, their binds and its defined columns.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "platform/list.h"
+#include "platform/lock.h"
+#include "records/result.h"
+
+struct ErrInfo;
+struct TVCISession;
+struct TVCIStmt;
+
+// Where one bound value lies in the application. On the statement's list of binds.
+struct BindRecord {
+    ListLink link;  // in TVCIStmt.binds
+    TVCIStmt *stmt;
+    void *value;        // borrowed
+    int32_t value_size;  // bytes
+    int32_t c_type;
+    int32_t *return_code;    // borrowed, or NULL
+    int32_t *return_length;  // borrowed, or NULL; for an array bind one element for each row
+    int32_t array_rows;
+};
+
+// One parameter of a statement.
+struct ParamRecord {
+    uint8_t bound;
+    int32_t kind;  // direction: 1 input, 2 output
+    char *name;    // owned; NULL for a question mark
+    int32_t ordinal;  // from 1
+    int32_t sql_type;
+    BindRecord *bind;  // owned through TVCIStmt.binds; NULL while unbound
+};
+
+// One defined column: where the fetch puts its value.
+struct DefineRecord {
+    int32_t column;  // index, from 0
+    void *buffer;    // borrowed
+    int32_t buffer_size;  // bytes
+    int32_t c_type;
+    int32_t *return_code;    // borrowed, or NULL
+    int32_t *return_length;  // borrowed, or NULL
+};
+
+// A column descriptor handed out by TVCIParamGet.
+struct ColumnHandle {
+    uint32_t type;      // 10
+    int32_t position;   // from 1
+    FieldDesc *field;   // borrowed from the result
+};
+
+enum StmtState { STMT_TEXT_SET = 0, STMT_PREPARED = 1, STMT_SENT = 3 };
+
+constexpr int32_t PARAM_COUNT_MAX = 4000;
+
+struct TVCIStmt {
+    uint32_t type;         // 5
+    ListLink link;         // in TVCISession.stmts
+    TVCISession *session;  // parent
+    char *sql;             // owned, or NULL
+    ResultLink results;    // head of the circular list of ResultSet; empty: points to itself
+    ResultSet *current;    // borrowed from `results`, or NULL
+    int32_t state;         // StmtState
+    char *cursor_name;     // owned, or NULL
+    char prepared_name[16];
+    uint8_t use_server_cursor;
+    uint8_t cursor_declared;
+    uint8_t cursor_open;
+    uint8_t fetch_ahead;
+    uint8_t prepared;
+    std::atomic<uint8_t> rows_complete;  // no more rows will arrive; release by the reader
+    std::atomic<uint8_t> response_done;  // the response is over; release by the reader
+    int32_t param_count;
+    ParamRecord *params;  // owned; param_count long
+    ListLink binds;       // of BindRecord.link; owned
+    int32_t bound_column_count;
+    DefineRecord *bound_columns;  // owned
+    ErrInfo *err;                 // owned; reached through diag/error.h only, a reader may write it
+    Mutex lock;  // guards the growth of the row index and the hand-over to a reader
+    uint32_t array_rows;
+    std::atomic<int32_t> ahead_state;
+    ResultSet *ahead_result;
+    ColumnHandle *column_handles;  // owned; NULL or field_count of the described result
+    int32_t column_handle_count;
+    uint32_t result_generation;  // raised each time the results and column handles are released
+    void **owner_slot;  // borrowed; the pointer above that names this handle, or NULL
+};

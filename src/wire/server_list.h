@@ -1,0 +1,14 @@
+// The failover list of a server: which address is next, and which are given up.
+#pragma once
+
+#include "records/handles.h"
+
+// Moves the server on to the next address of its list, for the next caller. No list: nothing.
+void ServerListAdvance(TVCIServer *server);
+
+// Connects the socket to `conn->ip`; while that fails, drops the failed address from the server's
+// list and tries another. False when no address is left.
+bool ServerListConnect(TVCIServer *server, Connection *conn);
+
+// Frees the list and clears what belongs to it.
+void ServerListFree(TVCIServer *server);
