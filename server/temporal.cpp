@@ -264,8 +264,14 @@ char SeparatorBefore(Unit unit) {
 
 // The widest first field: ten digits hold every 32-bit count and keep the sums within 64 bits.
 constexpr int INTERVAL_DIGITS_MAX = 10;
+// As many whole seconds as a 64-bit count of microseconds surely holds.
+constexpr int64_t INTERVAL_SECONDS_MAX = 9000000000000;
 
 }  // namespace
+
+bool IsDay(int64_t days) {
+    return days >= DaysOf(1, 1, 1) && days <= DaysOf(9999, 12, 31);
+}
 
 bool ParseDate(std::string_view text, int32_t *days) {
     Scanner scan{text};
@@ -335,7 +341,7 @@ bool ParseInterval(int32_t type_id, std::string_view text, int64_t *count) {
     }
     int64_t fraction = 0;
     if (form.last == UNIT_SECOND) {
-        if (!scan.Fraction(&fraction)) return false;
+        if (!scan.Fraction(&fraction) || std::abs(total) > INTERVAL_SECONDS_MAX) return false;
         total = total * MICROS_PER_SECOND + fraction;
     }
     if (!AtEnd(&scan)) return false;

@@ -17,6 +17,10 @@ struct Zoned {
     int16_t zone_minutes = 0;
 };
 
+// Whether a count of days lies within the years 1 to 9999, which is all that the functions below
+// give and take.
+bool IsDay(int64_t days);
+
 // Days from 1970-01-01. A time behind the date is checked and dropped. Years 1 to 9999.
 bool ParseDate(std::string_view text, int32_t *days);
 // Milliseconds of the day. A date in front of the time is checked and dropped.

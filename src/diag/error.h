@@ -57,5 +57,20 @@ void ErrInfoRaiseCopy(void *handle, ErrInfo *const *slot);
 void ErrInfoCopy(ErrInfo *const *slot, char *code, char *message, uint32_t message_max,
                  uint32_t *length);
 
+// Empties `*slot`; the record that was there, with all that it replaced, stays reachable behind
+// `*retired` and is freed with it.
+void ErrInfoRetire(ErrInfo **slot, ErrInfo **retired);
+
 // Frees the record of `*slot` with all that it replaced, and clears the slot.
 void ErrInfoFree(ErrInfo **slot);
+
+// One of the server's own symbolic errors.
+struct ServerErrorEntry {
+    int32_t index;     // from 0
+    const char *name;  // such as "ERR_DIV_ZERO"
+    int32_t number;    // such as 19005
+    const char *text;  // in GBK, the server's message language; may hold one "%s"
+};
+
+// The server's error of that number, or NULL. No message is made from it: a server sends its text.
+const ServerErrorEntry *ServerErrorLookup(int32_t number);

@@ -2,12 +2,16 @@
 // another may release.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #ifdef _WIN32
 struct Mutex {
     void *slim_lock;  // an SRWLOCK
 };
+// What a mutex with static storage begins as, in place of MutexInit.
+#define MUTEX_INITIALIZER \
+    { NULL }
 struct Semaphore {
     void *handle;
 };
@@ -17,6 +21,8 @@ struct Semaphore {
 struct Mutex {
     pthread_mutex_t mutex;
 };
+#define MUTEX_INITIALIZER \
+    { PTHREAD_MUTEX_INITIALIZER }
 struct Semaphore {
     sem_t semaphore;
 };
