@@ -15,8 +15,7 @@ namespace tavud {
 
 // The peer has gone, or the server is stopping: the connection ends without a word.
 struct ConnectionClosed : std::runtime_error {
-    ConnectionClosed() : std::runtime_error("connection closed") {
-    }
+    ConnectionClosed() : std::runtime_error("connection closed") {}
 };
 
 // What arrived is no part of the protocol: the connection ends with a line on stderr.

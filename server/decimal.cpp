@@ -13,9 +13,9 @@ namespace {
 // A number is 0.d1d2d3... times ten to the power `point`, with d1 not zero unless it is zero.
 struct Decimal {
     bool negative = false;
-    std::string digits;    // empty for zero
-    int64_t point = 0;     // digits in front of the decimal point
-    int64_t behind = 0;    // digits behind the point as written, for numbers without a scale
+    std::string digits;  // empty for zero
+    int64_t point = 0;   // digits in front of the decimal point
+    int64_t behind = 0;  // digits behind the point as written, for numbers without a scale
 };
 
 // Exponents beyond this lie outside every column and would only make long texts.

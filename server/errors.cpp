@@ -12,20 +12,20 @@ struct TextCode {
 
 // The database gives one result code for all of these; the words tell them apart.
 constexpr TextCode text_code_table[] = {
-    {"no such table",    CODE_NO_TABLE   },
-    {"no such view",     CODE_NO_TABLE   },
-    {"no such index",    CODE_NO_TABLE   },
-    {"no such trigger",  CODE_NO_TABLE   },
-    {"no such column",   CODE_NO_COLUMN  },
-    {"no column named",  CODE_NO_COLUMN  },
-    {"already exists",   CODE_EXISTS     },
-    {"duplicate column", CODE_EXISTS     },
-    {"already another",  CODE_EXISTS     },
-    {"no such function", CODE_NO_FUNCTION},
-    {"no such savepoint", CODE_TRANSACTION},
-    {"syntax error",     CODE_SYNTAX     },
-    {"incomplete input", CODE_SYNTAX     },
-    {"unrecognized token", CODE_SYNTAX   },
+    {"no such table",      CODE_NO_TABLE   },
+    {"no such view",       CODE_NO_TABLE   },
+    {"no such index",      CODE_NO_TABLE   },
+    {"no such trigger",    CODE_NO_TABLE   },
+    {"no such column",     CODE_NO_COLUMN  },
+    {"no column named",    CODE_NO_COLUMN  },
+    {"already exists",     CODE_EXISTS     },
+    {"duplicate column",   CODE_EXISTS     },
+    {"already another",    CODE_EXISTS     },
+    {"no such function",   CODE_NO_FUNCTION},
+    {"no such savepoint",  CODE_TRANSACTION},
+    {"syntax error",       CODE_SYNTAX     },
+    {"incomplete input",   CODE_SYNTAX     },
+    {"unrecognized token", CODE_SYNTAX     },
 };
 
 const char *CodeOfConstraint(int extended_code) {
@@ -58,11 +58,10 @@ std::string Bracketed(const char *code, std::string_view text) {
 }
 
 StatementRefused::StatementRefused(const char *code, std::string_view text)
-    : std::runtime_error(Bracketed(code, text)) {
-}
+    : std::runtime_error(Bracketed(code, text)) {}
 
-StatementRefused::StatementRefused(const std::string &whole_text) : std::runtime_error(whole_text) {
-}
+StatementRefused::StatementRefused(const std::string &whole_text)
+    : std::runtime_error(whole_text) {}
 
 StatementRefused RefusedByDatabase(sqlite3 *database) {
     const std::string text = sqlite3_errmsg(database);

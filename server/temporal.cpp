@@ -189,10 +189,9 @@ std::string TimeText(int64_t micros_of_day, int digits) {
     const int64_t seconds = micros_of_day / MICROS_PER_SECOND;
     const int64_t micros = micros_of_day % MICROS_PER_SECOND;
     char text[64];
-    int length =
-        std::snprintf(text, sizeof(text), "%02lld:%02lld:%02lld",
-                      static_cast<long long>(seconds / 3600),
-                      static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
+    int length = std::snprintf(
+        text, sizeof(text), "%02lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
+        static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
     if (micros != 0) {
         std::snprintf(text + length, sizeof(text) - static_cast<size_t>(length), ".%06lld",
                       static_cast<long long>(micros));
@@ -273,6 +272,18 @@ bool IsDay(int64_t days) {
     return days >= DaysOf(1, 1, 1) && days <= DaysOf(9999, 12, 31);
 }
 
+bool IsZonedTime(const Zoned &value) {
+    const int64_t local = value.count + static_cast<int64_t>(value.zone_minutes) * 60000;
+    return std::abs(value.zone_minutes) <= ZONE_MINUTES_MAX && local >= 0 && local < MILLIS_PER_DAY;
+}
+
+bool IsZonedDateTime(const Zoned &value) {
+    if (std::abs(value.zone_minutes) > ZONE_MINUTES_MAX) return false;
+    // The count itself first, one day inside the years, so that the sum stays within 64 bits.
+    const int64_t days = FloorDivide(value.count, MICROS_PER_DAY);
+    return IsDay(days - 1) && IsDay(days + 1);
+}
+
 bool ParseDate(std::string_view text, int32_t *days) {
     Scanner scan{text};
     Moment moment;
@@ -331,7 +342,8 @@ bool ParseInterval(int32_t type_id, std::string_view text, int64_t *count) {
     for (int unit = form.first; unit <= form.last; unit++) {
         const bool first = unit == form.first;
         if (!first && !scan.Take(SeparatorBefore(static_cast<Unit>(unit)))) return false;
-        // Clients print each field with a sign of its own: minus one year and two months is "-1--2".
+        // Clients print each field with a sign of its own: minus one year and two months is
+        // "-1--2".
         const bool field_negative = !first && scan.Take('-') && !negative;
         int64_t field = 0;
         if (!scan.Number(first ? INTERVAL_DIGITS_MAX : 2, &field)) return false;

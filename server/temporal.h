@@ -20,6 +20,9 @@ struct Zoned {
 // Whether a count of days lies within the years 1 to 9999, which is all that the functions below
 // give and take.
 bool IsDay(int64_t days);
+// Whether the value, seen in its zone, is a time of day, or a date with time within those years.
+bool IsZonedTime(const Zoned &value);
+bool IsZonedDateTime(const Zoned &value);
 
 // Days from 1970-01-01. A time behind the date is checked and dropped. Years 1 to 9999.
 bool ParseDate(std::string_view text, int32_t *days);

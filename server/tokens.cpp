@@ -111,9 +111,9 @@ bool TokenisedText::IsPunctuation(size_t index, char character) const {
 }
 
 bool TokenisedText::IsName(size_t index) const {
-    return index < tokens.size() && (tokens[index].kind == TokenKind::Word ||
-                                     tokens[index].kind == TokenKind::QuotedName ||
-                                     tokens[index].kind == TokenKind::String);
+    return index < tokens.size() &&
+           (tokens[index].kind == TokenKind::Word || tokens[index].kind == TokenKind::QuotedName ||
+            tokens[index].kind == TokenKind::String);
 }
 
 std::string TokenisedText::NameOf(size_t index) const {

@@ -9,9 +9,9 @@
 namespace tavud {
 
 enum class TokenKind {
-    Word,         // a keyword or a bare name
-    QuotedName,   // "name", `name` or [name]
-    String,       // 'text', and x'..' with its letter
+    Word,        // a keyword or a bare name
+    QuotedName,  // "name", `name` or [name]
+    String,      // 'text', and x'..' with its letter
     Number,
     Marker,       // ?, ?1, :name, @name or $name
     Punctuation,  // one character

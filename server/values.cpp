@@ -20,8 +20,9 @@ constexpr int32_t MILLIS_PER_DAY = 86400000;
 
 std::string_view TextOf(sqlite3_value *value) {
     const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
-    return text == nullptr ? std::string_view()
-                           : std::string_view(text, static_cast<size_t>(sqlite3_value_bytes(value)));
+    return text == nullptr
+               ? std::string_view()
+               : std::string_view(text, static_cast<size_t>(sqlite3_value_bytes(value)));
 }
 
 Fit StoreText(std::string text, std::string_view given, bool given_is_text, StoredForm *stored) {
@@ -406,13 +407,13 @@ bool BindWireValue(sqlite3_stmt *statement, int index, int32_t type_id, std::str
             if (bytes.size() != 6) return false;
             const Zoned zoned = {LoadInteger(bytes, 4),
                                  static_cast<int16_t>(LoadInteger(bytes.substr(4), 2))};
-            return BindText(statement, index, FormatTimeZoned(zoned));
+            return IsZonedTime(zoned) && BindText(statement, index, FormatTimeZoned(zoned));
         }
         case TYPE_DATETIME_ZONED: {
             if (bytes.size() != 10) return false;
             const Zoned zoned = {LoadInteger(bytes, 8),
                                  static_cast<int16_t>(LoadInteger(bytes.substr(8), 2))};
-            return BindText(statement, index, FormatDateTimeZoned(zoned));
+            return IsZonedDateTime(zoned) && BindText(statement, index, FormatDateTimeZoned(zoned));
         }
         case TYPE_NUMERIC:
         case TYPE_GUID:

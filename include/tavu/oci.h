@@ -57,6 +57,7 @@ typedef struct OCIDate {
 #define OCI_ATTR_PASSWORD 32
 
 /* Attributes that can be read. */
+#define OCI_ATTR_ENV 2
 #define OCI_ATTR_NAME 50
 #define OCI_ATTR_DATA_TYPE 51
 #define OCI_ATTR_ALIAS 52

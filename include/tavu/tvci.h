@@ -120,6 +120,7 @@ int32_t TVCIExecute(TVCIStmt *stmt);
 int32_t TVCIExecDirect(TVCIStmt *stmt, const char *text, int32_t length);
 ResultSet *TVCIExecuteResult(TVCIStmt *stmt);
 ResultSet *TVCIExecDirectResult(TVCIStmt *stmt, const char *text, int32_t length);
+void ResultClose(ResultSet *copy);
 int32_t TVCINextResult(TVCIStmt *stmt);
 int32_t TVCIStmtClose(TVCIStmt *stmt, int32_t mode);
 
@@ -142,6 +143,8 @@ int32_t TVCIGetData(TVCIStmt *stmt, int32_t column, int32_t type, void *buffer,
 /* Large values */
 LobRecord *TVCILobAlloc(void);
 int32_t TVCILobFree(LobRecord *lob);
+int32_t TVCILobGet(LobRecord *lob, int32_t *length_out, void **data_out);
+int32_t TVCILobWrite(LobRecord *lob, int32_t length, const void *bytes);
 
 #ifdef __cplusplus
 }

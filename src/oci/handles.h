@@ -26,15 +26,15 @@ int32_t ErrorFail(OCIError *errhp, const char *text, int32_t code);
 // Names the handle from which a native error is to be read.
 void ErrorFromSession(OCIError *errhp, OCISession *session);
 void ErrorFromStmt(OCIError *errhp, OCIStmt *stmt);
-// Source 8, empty text, no handle.
+// Source 8, no handle; the text stays.
+void ErrorNoSource(OCIError *errhp);
+// The same with an empty text.
 void ErrorClear(OCIError *errhp);
+// Reads the message of a native handle, which may be NULL or dead: "" when there is none. Ends the
+// process for a message of ERROR_TEXT_BYTES or more.
+void NativeErrorText(void *native, char message[ERROR_TEXT_BYTES]);
 
-// The native session of the session that a service context names; NULL when it names none or a
-// freed one.
+// The session that a service context names; NULL when it names none or a freed one.
+OCISession *SvcSession(const OCISvcCtx *svchp);
+// The native session of that session; NULL when there is none.
 TVCISession *SvcNativeSession(const OCISvcCtx *svchp);
-
-// Puts a record on the environment's list; takes it off again.
-void RecordAttach(OCIEnv *env, RecordLink *link, void *record);
-void RecordDetach(RecordLink *link);
-// Makes every record of the environment forget `record`, which is about to be freed.
-void RecordForget(OCIEnv *env, const void *record);

@@ -9,10 +9,13 @@ int32_t OciLobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, uint3
 int32_t OciLobWrite(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, uint32_t *amtp,
                     uint32_t offset, void *bufp, uint32_t buflen, uint8_t piece, void *ctxp,
                     OCILobWriteFunc cbfp, uint16_t csid, uint8_t csfrm);
-int32_t OciLobCreateTemporary(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp,
-                              uint16_t csid, uint8_t csfrm, uint8_t lobtype, int32_t cache,
-                              uint16_t duration);
+int32_t OciLobCreateTemporary(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, uint16_t csid,
+                              uint8_t csfrm, uint8_t lobtype, int32_t cache, uint16_t duration);
 int32_t OciStmtGetPieceInfo(OCIStmt *stmtp, OCIError *errhp, void **hndlpp, uint32_t *typep,
                             uint8_t *in_outp, uint32_t *iterp, uint32_t *idxp, uint8_t *piecep);
 int32_t OciStmtSetPieceInfo(void *hndlp, uint32_t type, OCIError *errhp, const void *bufp,
                             uint32_t *alenp, uint8_t piece, const void *indp, void *rcodep);
+
+// Takes the staging buffer of an unfinished write from the locator: no write reaches it any more,
+// and it goes with the environment. Nothing happens without one.
+void LobStagingLose(OCILobLocator *locp);

@@ -1,9 +1,11 @@
 // The records of the call interface. Each begins with its type code, which all type checks read.
 //
-// Applications free handles in any order. So an environment keeps all its live records on a list,
-// and a record that goes is forgotten by the records that name it (see RecordForget in handles.h).
+// Applications free handles in any order, and threads that share an environment make and free their
+// own at the same time. So every link between two records is a RecordName, which the record that it
+// names knows of and ends when it goes (see record_links.h).
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "platform/list.h"
@@ -27,11 +29,25 @@ struct UserMemNode {
     UserMemNode *next;
 };
 
-// The part that every record but the environment's ends with: its place on the environment's list.
+// The part that every record but the environment's ends with.
 struct RecordLink {
-    ListLink link;
-    void *record;  // the record that this belongs to
-    OCIEnv *env;   // borrowed; NULL once the environment is gone
+    ListLink link;   // among all records of the process
+    ListLink names;  // of RecordName.link: all that name this record
+    void *record;    // the record that this belongs to
+    OCIEnv *env;     // borrowed; NULL once the environment is gone
+};
+
+// One record naming another, which may be freed first. Zeroed when made.
+struct RecordName {
+    ListLink link;                     // in RecordLink.names of `target`
+    std::atomic<RecordLink *> target;  // borrowed; NULL: nothing is named, or it was freed
+    void *pointer;                     // the address of a pointer to clear with `target`, or NULL
+    OCIStmt *stmt;  // of a bind or define that names a locator: its statement; else NULL
+};
+
+// A block that its owner lost sight of; kept for the life of the record that lists it.
+struct LostBlock {
+    LostBlock *next;  // owned
 };
 
 struct OCIEnv {
@@ -50,15 +66,17 @@ struct OCIEnv {
     int32_t pending_session_count;
     OCIStmt **pending_stmts;  // owned array
     int32_t pending_stmt_count;
-    ListLink records;       // of RecordLink.link: every live record made under this environment
-    uint8_t server_freed;   // `server` names a freed record
-    uint8_t session_freed;  // `session` names a freed record
+    LostBlock *lost_blocks;  // owned; staging buffers of large value writes that never ended
+    OCIParam *older_params;  // owned; descriptors that outlived their statement
+    uint8_t server_freed;    // `server` names a freed record
+    uint8_t session_freed;   // `session` names a freed record
 };
 
 struct OCIError {
-    uint32_t type;    // OCI_HTYPE_ERROR
-    uint32_t source;  // ErrorSource
-    void *source_handle;  // borrowed; OCISession or OCIStmt by `source`; NULL once that is freed
+    uint32_t type;           // OCI_HTYPE_ERROR
+    uint32_t source;         // ErrorSource
+    void *source_handle;     // borrowed; an OCISession or OCIStmt; NULL once that is freed
+    RecordName source_name;  // of `source_handle`
     char message[ERROR_TEXT_BYTES];
     RecordLink link;
 };
@@ -70,7 +88,7 @@ struct OCIServer {
 };
 
 struct OCISession {
-    uint32_t type;  // OCI_HTYPE_SESSION
+    uint32_t type;                // OCI_HTYPE_SESSION
     TVCISession *native_session;  // NULL while pending
     char user[CONTEXT_TEXT_BYTES];
     char password[CONTEXT_TEXT_BYTES];
@@ -80,23 +98,25 @@ struct OCISession {
 };
 
 struct OCISvcCtx {
-    uint32_t type;  // OCI_HTYPE_SVCCTX
-    OCIEnv *env;    // borrowed; NULL once it is freed
+    uint32_t type;        // OCI_HTYPE_SVCCTX
+    OCIEnv *env;          // borrowed; NULL once it is freed
     OCIServer *server;    // as the application set it; handed back unread
-    OCISession *session;  // as the application set it (see session_freed)
+    OCISession *session;  // as the application set it; handed back unread
     OCIStmt *stmt;        // the statement that last received a native handle; NULL once freed
     char ip[16];
     uint32_t port;
     uint32_t charset;
-    uint8_t session_freed;  // `session` names a freed record
+    RecordName server_name;   // no target unless `server` is a live OCIServer
+    RecordName session_name;  // no target unless `session` is a live OCISession
+    RecordName stmt_name;     // of `stmt`
     RecordLink link;
 };
 
 struct OCIStmt {
-    uint32_t type;  // OCI_HTYPE_STMT
+    uint32_t type;          // OCI_HTYPE_STMT
     TVCIStmt *native_stmt;  // NULL while pending
     char *text;             // owned; of a statement that is prepared on the server
-    char *ddl_text;         // owned; of a statement that is run directly
+    char *ddl_text;         // owned; of a statement that is run directly, behind a LostBlock
     int32_t bind_count;
     OCIBind **binds;
     int32_t define_count;
@@ -110,11 +130,12 @@ struct OCIStmt {
     OCIParam *param;  // owned; the newest parameter descriptor
     uint8_t lob_dirty;
     void *usermem;
+    LostBlock *spent_texts;  // owned; DDL texts that were run, which the application may still read
     RecordLink link;
 };
 
 struct OCIParam {
-    uint32_t type;  // OCI_DTYPE_PARAM
+    uint32_t type;                // OCI_DTYPE_PARAM
     ColumnHandle *native_column;  // borrowed; NULL past the last column; see ParamColumn in stmt.h
     char name[CONTEXT_TEXT_BYTES];
     OCIStmt *stmt;        // borrowed; NULL once it is freed
@@ -123,7 +144,7 @@ struct OCIParam {
 };
 
 struct OCIBind {
-    uint32_t type;  // OCI_HTYPE_BIND
+    uint32_t type;      // OCI_HTYPE_BIND
     uint32_t position;  // 0 for a bind by name
     char *name;         // owned; the placeholder as written
     void *valuep;
@@ -136,6 +157,8 @@ struct OCIBind {
     uint8_t mode;
     uint8_t value_ready;
     OCIStmt *stmt;
+    uint8_t *pieces;          // owned; what a data-at-execute large value gathers, or NULL
+    RecordName locator_name;  // of the locator whose native LOB `value_buffer` is
 };
 
 struct OCIDefine {
@@ -157,13 +180,16 @@ struct OCIDefine {
     void *piece_buffer;
     uint8_t piece_done;
     OCIStmt *stmt;
+    RecordName locator_name;  // of the locator whose native LOB `value_buffer` is
+    uint8_t is_native;        // the native layer fills `value_buffer`
 };
 
 struct OCILobLocator {
-    uint32_t type;  // OCI_DTYPE_LOB
-    LobRecord *native_lob;
-    uint8_t *data;
-    uint32_t length;
-    uint32_t position;
+    uint32_t type;          // OCI_DTYPE_LOB
+    LobRecord *native_lob;  // owned
+    uint8_t *data;      // the holder's bytes after a callback read, or the staging buffer; or NULL
+    uint32_t length;    // bytes of the whole value
+    uint32_t position;  // read position, or bytes staged; stops at the largest that it holds
+    uint8_t staging;    // `data` is the staging buffer of `length` bytes, behind a LostBlock; owned
     RecordLink link;
 };

@@ -24,9 +24,18 @@ const char *WaitPointName(WaitPoint point) {
 #include <atomic>
 
 static std::atomic<void (*)(WaitPoint)> wait_hook;
+static std::atomic<bool> sleeps_skipped;
 
 void WaitSetHook(void (*hook)(WaitPoint point)) {
     wait_hook = hook;
+}
+
+void WaitSkipSleeps(bool skip) {
+    sleeps_skipped = skip;
+}
+
+static bool SleepsSkipped(void) {
+    return sleeps_skipped;
 }
 
 static void EnterWait(WaitPoint point) {
@@ -36,6 +45,10 @@ static void EnterWait(WaitPoint point) {
     }
 }
 #else
+static bool SleepsSkipped(void) {
+    return false;
+}
+
 static void EnterWait(WaitPoint point) {
     (void)point;
 }
@@ -43,7 +56,9 @@ static void EnterWait(WaitPoint point) {
 
 void WaitStep(WaitPoint point) {
     EnterWait(point);
-    ClockSleepMs(POLL_STEP_MS);
+    if (!SleepsSkipped()) {
+        ClockSleepMs(POLL_STEP_MS);
+    }
 }
 
 void WaitSpin(WaitPoint point) {

@@ -41,4 +41,6 @@ void WaitSemaphore(Semaphore *semaphore, WaitPoint point);
 // Called with the name of the wait before each step, each spin turn, and before a semaphore wait
 // that would block. NULL switches it off.
 void WaitSetHook(void (*hook)(WaitPoint point));
+// Makes polling steps return without the sleep, so that a test can go through all of a long wait.
+void WaitSkipSleeps(bool skip);
 #endif

@@ -16,6 +16,11 @@ constexpr int32_t RECV_BUFFER_BYTES = 8192;
 constexpr int32_t SEND_BYPASS_BYTES = 2048;
 constexpr uint16_t DEFAULT_PORT = 5138;
 
+// The enciphered copy of a large write, which lies behind this record in the same block.
+struct UnsentCopy {
+    UnsentCopy *next;
+};
+
 // One connection to one server. Used by the thread that holds `use_semaphore`, which may hand it to
 // a background reader in the middle of a response.
 struct Connection {
@@ -35,6 +40,7 @@ struct Connection {
     uint8_t pushback;          // one response letter read too early, already deciphered; 0: none
     uint8_t send_buf[SEND_BUFFER_BYTES];  // not yet sent; already enciphered
     int32_t send_fill;                    // bytes in send_buf
+    UnsentCopy *unsent_copies;            // owned; large writes that met a lost connection
     ErrInfo *last_error;                  // owned; the last failure of a login or of a bulk load
     uint32_t next_stmt_id;                // number of the next "ST%d"; never reset
     uint8_t bulk_reader_running;          // the bulk load's acknowledgement thread runs

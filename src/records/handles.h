@@ -29,9 +29,9 @@ struct TVCIEnv {
     uint16_t version_major;
     uint16_t version_minor;
     uint8_t use_pool;
-    Mutex mutex;         // guards `servers`
-    ErrInfo *error;      // owned, with all it replaced
-    void **owner_slot;   // borrowed; the pointer above that names this handle, or NULL
+    Mutex mutex;        // guards `servers`
+    ErrInfo *error;     // owned, with all it replaced
+    void **owner_slot;  // borrowed; the pointer above that names this handle, or NULL
 };
 
 struct TVCIServer {
@@ -95,6 +95,7 @@ struct TVCIPool {
     int32_t busy_count;
     ConnVector busy;
     ConnVector idle;
-    ConnAttr attr;  // user and password are the pool's identity
-    ErrInfo *error;
+    ConnAttr attr;        // user and password are the pool's identity
+    ErrInfo *error;       // owned, with all it replaced
+    TVCIPool *next_kept;  // the pool that was made before this one
 };

@@ -66,7 +66,7 @@ struct ResultLink {
 
 // One item of a response. Made by NewResultSet, freed by FreeResultSet and ReleaseResults.
 struct ResultSet {
-    ResultLink link;         // in TVCIStmt.results; the head after the last
+    ResultLink link;         // in TVCIStmt.results, the head after the last; a copy: in .copies
     ResultSet *next_result;  // for TVCINextResult
     TVCIStmt *statement;     // borrowed
     int32_t kind;            // ResultKind
@@ -79,4 +79,5 @@ struct ResultSet {
     uint32_t affected;      // rows, for all kinds but rows
     Mutex count_lock;       // guards the increment of store.row_count
     RowArena *arena;        // owned; NULL until the first rows are read
+    void **text_cache;      // owned, field_count long; NULL but in a copy that was handed out
 };

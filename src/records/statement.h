@@ -61,6 +61,7 @@ struct TVCIStmt {
     TVCISession *session;  // parent
     char *sql;             // owned, or NULL
     ResultLink results;    // head of the circular list of ResultSet; empty: points to itself
+    ResultLink *copies;    // borrowed; first of the copies handed out, the last one's next is NULL
     ResultSet *current;    // borrowed from `results`, or NULL
     int32_t state;         // StmtState
     char *cursor_name;     // owned, or NULL

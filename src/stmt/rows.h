@@ -9,24 +9,33 @@
 
 // Makes a result at the tail of the statement's list; NULL when memory is short.
 ResultSet *NewResultSet(TVCIStmt *stmt);
-// Frees what the result owns, not the record; `count_lock` is left alone.
+// Frees what the result owns, not the record, which is ready for another field list afterwards;
+// `count_lock` is left alone.
 void FreeResultSet(ResultSet *result);
 
-// 0, -4 or -5.
+// Reads one column description: 0, -4 or -5. On failure the description owns nothing.
 int32_t ReadField(Connection *conn, FieldDesc *desc);
+// Reads the field list of a result and lays out its rows: 0, -4 or -5. On failure the result has no
+// fields, even if `field_count` says otherwise. What the result held before is freed.
 int32_t ReadFieldList(ResultSet *result);
-// Frees the texts of the fields and the array.
+// Frees the texts of the fields and the array. NULL is ignored.
 void FieldsFree(FieldDesc *fields, int32_t count);
 
-// 0 with a row in `*row_out`; 101 with NULL when the stream ended; -4 or -5.
+// 0 with a row in `*row_out`; 101 with NULL when the stream ended, the letter that ended it pushed
+// back; -4 or -5 with NULL. The result has an arena.
 int32_t ReadRow(ResultSet *result, RowImage **row_out);
-// 0, or -5 when no further block can be had.
-int32_t AppendRow(ResultSet *result, RowImage *row);
-// The place of row n; a row that no store can hold ends the process.
-RowImage **RowSlot(ResultSet *result, int64_t n);
 // Reads at most FIRST_ROWS_MAX rows and returns how many came.
 int32_t ReadFirstRows(ResultSet *result);
-// Reads all rows that are left. 0 or -1.
+// Reads all rows that are left, and the letter behind them. Returns 0 when that ended the response;
+// the statement and the result may be gone then. Otherwise -1.
 int32_t ReadRemainingRows(ResultSet *result);
 // The background row reader; `argument` is the ResultSet.
 void BackgroundReaderEntry(void *argument);
+
+// Stores and counts a row. 0, or -5 when no block can be had for it: the row is lost.
+int32_t AppendRow(ResultSet *result, RowImage *row);
+// The place of row n, NULL when its block could not be had; a row that no store can hold ends the
+// process. Another thread than the row reader asks under the statement's lock.
+RowImage **RowSlot(ResultSet *result, int64_t n);
+// Frees the index with its blocks; the store is empty afterwards.
+void RowStoreFree(RowStore *store);

@@ -4,6 +4,12 @@
 #include <cstdint>
 
 #include "records/statement.h"
+#include "tavu/tvci.h"
+
+// Whether a caller's pointer is a statement that was not freed.
+inline bool StmtIsLive(const TVCIStmt *stmt) {
+    return stmt != NULL && stmt->type == TVCI_HTYPE_STMT;
+}
 
 // Makes a statement at the tail of the session's list; NULL when memory is short.
 TVCIStmt *StmtCreate(TVCISession *session);

@@ -3,19 +3,23 @@
 
 #include "records/statement.h"
 
-// Unlinks and frees the bind of one parameter, if it has one.
+// Unlinks and frees the bind of one parameter, if it has one. The parameter is unbound then.
 void BindFree(ParamRecord *param);
 
 // Frees all parameters with their names and binds; no parameters remain.
 void ParamsFree(TVCIStmt *stmt);
 
-// Frees an array of parameter records with their names and leaves the binds on the statement's list.
+// Frees an array of parameter records with their names and leaves the binds on the statement's
+// list. NULL is ignored.
 void ParamArrayFree(ParamRecord *params, int32_t count);
 
 // Frees the define table.
 void DefinesFree(TVCIStmt *stmt);
 
-// Forgets the define of a column (index from 0), or the bind of a position (from 1) or name, whose
-// buffer is about to go. The define is dropped; the parameter becomes unbound.
+// Drops the define of a column (index from 0), whose buffer is about to go. Fetches skip the column
+// from then on.
 void DefineForget(TVCIStmt *stmt, int32_t column);
+
+// Forgets a bound buffer that is about to go, with the places for its length and return code. The
+// parameters that were bound to it stay in the request, as NULLs, until they are bound again.
 void BindForget(TVCIStmt *stmt, const void *value);

@@ -1,8 +1,9 @@
 // One connection: typed reads and writes over the buffered socket.
 //
-// The reads that rows consist of are inline: while a value lies wholly in the receive buffer, in the
-// clear and with no letter pushed back, reading it is a copy out of the buffer. Everything else goes
-// through ConnReadExactSlow and ConnReadDeciphered, which receive, decipher and take back the letter.
+// The reads that rows consist of are inline: while a value lies wholly in the receive buffer, in
+// the clear and with no letter pushed back, reading it is a copy out of the buffer. Everything else
+// goes through ConnReadExactSlow and ConnReadDeciphered, which receive, decipher and take back the
+// letter.
 #pragma once
 
 #include <atomic>
@@ -17,13 +18,13 @@
 // way, so that relaxed loads and stores are enough.
 extern std::atomic<uint8_t> swap_bytes;
 
-// Fills a zeroed record with the state of a connection that was never opened, its semaphore with one
-// permit. False for NULL.
+// Fills a zeroed record with the state of a connection that was never opened, its semaphore with
+// one permit. False for NULL.
 bool ConnInit(Connection *conn);
 
 // Closes the socket, if there is one, and connects a new one to `ip` and `port`, with no time limit
-// of its own. False when that fails; the socket is closed then. The buffers stay as they are: unread
-// bytes of the old socket are served first.
+// of its own. False when that fails; the socket is closed then. The buffers stay as they are:
+// unread bytes of the old socket are served first.
 bool ConnOpenSocket(Connection *conn);
 
 // Waits without limit until no request runs, then releases what the record owns, not the record.
@@ -60,7 +61,7 @@ inline int32_t ConnBuffered(const Connection *conn) {
 // receives, and a read of a byte more than is buffered does.
 inline const uint8_t *ConnTake(Connection *conn, int32_t length) {
     const int32_t buffered = ConnBuffered(conn);
-    if (buffered < length) return nullptr;
+    if (buffered < length) return NULL;
     const uint8_t *bytes = conn->recv_buf + conn->recv_pos;
     if (buffered == length) {
         // The last byte empties the buffer at once, not the next read.
@@ -79,7 +80,7 @@ inline bool ConnReadExact(Connection *conn, void *target, int32_t length) {
     if (length < 1 || conn->pushback != 0 || buffered <= length) {
         return ConnReadExactSlow(conn, target, length);
     }
-    std::memcpy(target, conn->recv_buf + conn->recv_pos, static_cast<size_t>(length));
+    memcpy(target, conn->recv_buf + conn->recv_pos, (size_t)length);
     conn->recv_pos += length;
     return true;
 }
@@ -91,7 +92,7 @@ inline bool SwapBytes(void) {
 // The typed readers; false as soon as the socket fails, with `*value` as it was.
 inline bool ConnReadChar(Connection *conn, uint8_t *value) {
     const uint8_t *bytes = ConnTake(conn, 1);
-    if (bytes == nullptr) return ConnReadCharSlow(conn, value);
+    if (bytes == NULL) return ConnReadCharSlow(conn, value);
     *value = *bytes;
     return true;
 }
@@ -99,8 +100,8 @@ inline bool ConnReadChar(Connection *conn, uint8_t *value) {
 inline bool ConnReadInt16(Connection *conn, uint16_t *value) {
     uint16_t raw;
     const uint8_t *bytes = ConnTake(conn, 2);
-    if (bytes != nullptr) {
-        std::memcpy(&raw, bytes, sizeof(raw));
+    if (bytes != NULL) {
+        memcpy(&raw, bytes, sizeof(raw));
     } else if (!ConnReadDeciphered(conn, &raw, 2)) {
         return false;
     }
@@ -111,8 +112,8 @@ inline bool ConnReadInt16(Connection *conn, uint16_t *value) {
 inline bool ConnReadInt32(Connection *conn, uint32_t *value) {
     uint32_t raw;
     const uint8_t *bytes = ConnTake(conn, 4);
-    if (bytes != nullptr) {
-        std::memcpy(&raw, bytes, sizeof(raw));
+    if (bytes != NULL) {
+        memcpy(&raw, bytes, sizeof(raw));
     } else if (!ConnReadDeciphered(conn, &raw, 4)) {
         return false;
     }
@@ -123,8 +124,8 @@ inline bool ConnReadInt32(Connection *conn, uint32_t *value) {
 inline bool ConnReadInt64(Connection *conn, uint64_t *value) {
     uint64_t raw;
     const uint8_t *bytes = ConnTake(conn, 8);
-    if (bytes != nullptr) {
-        std::memcpy(&raw, bytes, sizeof(raw));
+    if (bytes != NULL) {
+        memcpy(&raw, bytes, sizeof(raw));
     } else if (!ConnReadDeciphered(conn, &raw, 8)) {
         return false;
     }
@@ -135,14 +136,14 @@ inline bool ConnReadInt64(Connection *conn, uint64_t *value) {
 inline bool ConnReadFloat(Connection *conn, float *value) {
     uint32_t bits;
     if (!ConnReadInt32(conn, &bits)) return false;
-    std::memcpy(value, &bits, sizeof(bits));
+    memcpy(value, &bits, sizeof(bits));
     return true;
 }
 
 inline bool ConnReadDouble(Connection *conn, double *value) {
     uint64_t bits;
     if (!ConnReadInt64(conn, &bits)) return false;
-    std::memcpy(value, &bits, sizeof(bits));
+    memcpy(value, &bits, sizeof(bits));
     return true;
 }
 
@@ -155,9 +156,10 @@ int32_t ConnReadString(Connection *conn, char **text);
 // keystream. A length below 1 reads nothing.
 bool ConnSkip(Connection *conn, int32_t length);
 
-// Writes bytes, through the buffer when they are at most SEND_BYPASS_BYTES. Returns 0; what the send
-// of the buffered bytes returned, -1 on failure, when the bytes went past the buffer; -1 when there
-// is no memory to encipher them in. A failed send on the way of a small write is not reported.
+// Writes bytes, through the buffer when they are at most SEND_BYPASS_BYTES. Returns 0; what the
+// send of the buffered bytes returned, -1 on failure, when the bytes went past the buffer; -1 when
+// there is no memory to encipher them in. A failed send on the way of a small write is not
+// reported.
 int32_t ConnWrite(Connection *conn, const void *bytes, int32_t length);
 void ConnWriteInt16(Connection *conn, uint16_t value);
 void ConnWriteInt32(Connection *conn, uint32_t value);
@@ -172,8 +174,8 @@ int32_t ConnFlush(Connection *conn);
 // Sends one command text in its frame, with no parameters, and flushes.
 void ConnSendCommand(Connection *conn, const char *text);
 
-// Writes the frame of a command with `count` parameters to follow; does not flush. -1 when the
-// write of the text failed, else 0.
+// Writes the frame of a command with `count` parameters to follow; does not flush. Returns 0, or -1
+// when the write of the text failed; the count is not written then.
 int32_t ConnSendCommandArgs(Connection *conn, const char *text, int32_t count);
 
 // Starts a detached background thread. Returns false when the system refuses it.

@@ -3,8 +3,9 @@
 
 #include "records/handles.h"
 
-// Moves the server on to the next address of its list, for the next caller. No list: nothing.
-void ServerListAdvance(TVCIServer *server);
+// Returns the address for a new connection and moves the server on to the next one of its list, for
+// the next caller. Without a list the address stays.
+uint32_t ServerListSelect(TVCIServer *server);
 
 // Connects the socket to `conn->ip`; while that fails, drops the failed address from the server's
 // list and tries another. False when no address is left.

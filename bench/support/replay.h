@@ -1,0 +1,44 @@
+// A server that replays one prepared result, in a process of its own and on a core of its own, so
+// that what the client uses can be told from what the server uses.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <sys/types.h>
+
+// What the server writes down for the client to see.
+struct ReplayClock {
+    int64_t first_block_sent_ns;  // when the last byte of the 2000th row was handed to the system
+};
+
+struct Replay {
+    pid_t process;
+    uint16_t port;
+    const ReplayClock *clock;  // shared memory
+};
+
+// The result to replay.
+struct ReplayResult {
+    std::string field_list;    // with its 'A'
+    std::string rows;          // 'R' and a row, as often as there are rows
+    size_t first_block_bytes;  // of `rows`, up to the end of the 2000th row
+};
+
+// Starts the server. It accepts any login, answers a PREPARE with the field list, the execution of
+// a prepared name with the result, and anything else with 'K'.
+Replay ReplayStart(const ReplayResult &result);
+void ReplayStop(Replay *replay);
+
+// The request bytes of a command.
+std::string ReplayFrame(const std::string &text);
+
+// Values as they go on the wire.
+std::string WireInt32(int32_t value);
+std::string WireInt64(int64_t value);
+std::string WireDouble(double value);
+std::string WireText(const std::string &text);  // counted
+
+int64_t NowNs();
+// User and system time that this process has used.
+int64_t CpuNs();

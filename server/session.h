@@ -1,0 +1,47 @@
+// One connection from its login to its end.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "server/channel.h"
+#include "server/database.h"
+#include "server/execute.h"
+#include "server/options.h"
+#include "server/request.h"
+
+namespace tavud {
+
+class Session {
+public:
+    // All are borrowed and outlive the session.
+    Session(Channel *channel, const Options &options, const Database &database,
+            const std::atomic<bool> *stopping);
+
+    // Returns after a refused login; otherwise leaves by ConnectionClosed, BadFrame or
+    // DatabaseFailure.
+    void Run();
+
+private:
+    using Statements = std::vector<Statement>;
+
+    void Answer(const Request &request);
+    void Dispatch(const Request &request);
+    void PrepareNamed(const TokenisedText &text);
+    void Deallocate(const TokenisedText &text);
+    void RunAll(Statements *statements, const std::vector<Parameter> &parameters);
+    void CompileAhead(Statements *statements);
+    void WriteDescriptions(const Statements &statements);
+    Statements *Named(const std::string &name);
+
+    const Options &options_;
+    const Database &database_;
+    Patience patience_;
+    DatabaseHandle handle_;
+    Workplace place_;
+    std::map<std::string, Statements> prepared_;  // behind the handle, so that it goes first
+};
+
+}  // namespace tavud

@@ -1,0 +1,762 @@
+// Sessions and their connections: owned by the session, or borrowed from the server's pool.
+#include "wire/pool.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <deque>
+#include <thread>
+
+#include "diag/error.h"
+#include "platform/memory.h"
+#include "platform/socket.h"
+#include "platform/text.h"
+#include "platform/wait.h"
+#include "support/scripted_peer.h"
+#include "tavu/tvci.h"
+#include "wire/connection.h"
+#include "wire/server_list.h"
+#include "wire/wire_rig.h"
+
+// What a session with default attributes sends for a user and a password.
+static Bytes LoginText(const std::string &user, const std::string &password,
+                       const std::string &version = "301") {
+    return Ascii("login database = SYSTEM user='" + user + "' password='" + password +
+                 "' encryptor = '' char_set = 'GBK' time_zone = 'GTM+08:00' iso_level = '2' "
+                 "auto_commit = 'on' version = '" +
+                 version + "'");
+}
+
+// A session and a peer to log on to.
+struct OwnedRig {
+    OwnedRig() : rig(peer.port()), session(&rig.session), server(&rig.server) {}
+
+    ~OwnedRig() {
+        EXPECT_TRUE(peer.Finish()) << peer.Failure();
+    }
+
+    void ExpectLogin(const std::string &user, const std::string &password, const Bytes &answer) {
+        peer.Accept();
+        peer.Expect(LoginText(user, password));
+        peer.Send(answer);
+    }
+
+    ScriptedPeer peer;
+    SessionRig rig;
+    TVCISession *session;
+    TVCIServer *server;
+};
+
+TEST(TVCIConnect, RefusesWhatIsNoSession) {
+    SessionRig rig(1);
+    EXPECT_EQ(-2, TVCIConnect(nullptr, "A", "B"));
+    rig.session.type = TVCI_HTYPE_STMT;
+    EXPECT_EQ(-2, TVCIConnect(&rig.session, "A", "B"));
+    rig.session.type = TVCI_HTYPE_SESSION;
+}
+
+TEST(TVCIConnect, RefusesANullUserOrPassword) {
+    SessionRig rig(1);
+    EXPECT_EQ(-1, TVCIConnect(&rig.session, nullptr, "B"));
+    EXPECT_EQ(-1, TVCIConnect(&rig.session, "A", nullptr));
+    EXPECT_EQ("", ErrorText(&rig.session.error));
+}
+
+TEST(TVCIConnect, OnAConnectedSessionFailsAndSetsNoError) {
+    OwnedRig rig;
+    rig.ExpectLogin("A", "B", Hex("'K'"));
+    rig.peer.Start();
+    ASSERT_EQ(0, TVCIConnect(rig.session, "A", "B"));
+    Connection *conn = rig.session->conn;
+    EXPECT_EQ(-1, TVCIConnect(rig.session, "A", "B"));
+    EXPECT_EQ("", ErrorText(&rig.session->error));
+    EXPECT_EQ(conn, rig.session->conn);
+}
+
+TEST(TVCIConnect, GivesTheSessionALoggedInConnectionOfItsOwn) {
+    OwnedRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER", Hex("'K'"));
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    rig.session->attr.timeout = 3;
+    rig.session->attr.reconnect = 0;
+    ErrInfoRaiseText(rig.session, "E00001", "before");
+    ASSERT_EQ(0, TVCIConnect(rig.session, "SCOTT", "TIGER"));
+    const Connection *conn = rig.session->conn;
+    ASSERT_NE(nullptr, conn);
+    EXPECT_EQ(rig.session, conn->owner);
+    EXPECT_EQ(0, conn->status);
+    EXPECT_EQ(NetAddressFromText("127.0.0.1"), conn->ip);
+    EXPECT_EQ(rig.peer.port(), conn->port);
+    EXPECT_EQ(3, conn->timeout);
+    EXPECT_EQ(0, conn->auto_reconnect);
+    EXPECT_STREQ("SYSTEM", conn->database);
+    EXPECT_EQ(0, rig.session->from_pool);
+    EXPECT_STREQ("SCOTT", rig.session->attr.user);
+    EXPECT_STREQ("TIGER", rig.session->attr.password);
+    EXPECT_STREQ("201", rig.session->attr.version);
+    EXPECT_EQ("", ErrorText(&rig.session->error));
+    EXPECT_EQ(0, TVCIDisconnect(rig.session));
+    EXPECT_EQ(nullptr, rig.session->conn);
+}
+
+TEST(TVCIConnect, CutsAUserAndAPasswordTo63Bytes) {
+    OwnedRig rig;
+    rig.ExpectLogin(std::string(63, 'u'), std::string(63, 'p'), Hex("'K'"));
+    rig.peer.Start();
+    EXPECT_EQ(
+        0, TVCIConnect(rig.session, std::string(64, 'u').c_str(), std::string(200, 'p').c_str()));
+    EXPECT_EQ(std::string(63, 'u'), rig.session->attr.user);
+    EXPECT_EQ(std::string(63, 'p'), rig.session->attr.password);
+}
+
+TEST(TVCIConnect, AfterADisconnectSendsTheVersion201) {
+    OwnedRig rig;
+    rig.ExpectLogin("A", "B", Hex("'K'"));
+    rig.peer.ExpectEnd();
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("A", "B", "201"));
+    rig.peer.Send(Hex("'K'"));
+    rig.peer.Start();
+    EXPECT_EQ(0, TVCIConnect(rig.session, "A", "B"));
+    EXPECT_EQ(0, TVCIDisconnect(rig.session));
+    EXPECT_EQ(0, TVCIConnect(rig.session, "A", "B"));
+}
+
+TEST(TVCIConnect, FailsWhenNobodyListens) {
+    const int64_t blocks = MemLiveBlocks();
+    {
+        SessionRig rig(PortOfNobody());
+        EXPECT_EQ(-1, TVCIConnect(&rig.session, "A", "B"));
+        EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session.error));
+        EXPECT_EQ(nullptr, rig.session.conn);
+        // The user is taken over only once the socket is up.
+        EXPECT_STREQ("SYSDBA", rig.session.attr.user);
+    }
+    EXPECT_EQ(blocks, MemLiveBlocks());
+}
+
+TEST(TVCIConnect, ThatIsRefusedShowsTheServersReason) {
+    const int64_t blocks = MemLiveBlocks();
+    {
+        OwnedRig rig;
+        rig.ExpectLogin("A", "B", Hex("'E' 0000000C '[E12345]nope'"));
+        rig.peer.ExpectEnd();
+        rig.peer.Start();
+        EXPECT_EQ(-1, TVCIConnect(rig.session, "A", "B"));
+        EXPECT_EQ("E12345: [E12345]nope", ErrorText(&rig.session->error));
+        EXPECT_EQ(nullptr, rig.session->conn);
+        EXPECT_STREQ("A", rig.session->attr.user);
+    }
+    EXPECT_EQ(blocks, MemLiveBlocks());
+}
+
+TEST(TVCIConnect, WhoseLoginLeftNoReasonCannotConnect) {
+    OwnedRig rig;
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("A", "B"));
+    rig.peer.Close();
+    rig.peer.Start();
+    // The first block is the connection, the second the record of the failed login.
+    MemFailAt(2);
+    EXPECT_EQ(-1, TVCIConnect(rig.session, "A", "B"));
+    EXPECT_TRUE(MemFailed());
+    MemFailAt(0);
+    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session->error));
+}
+
+TEST(TVCIConnect, FailsWhenTheConnectionCannotBeHeld) {
+    SessionRig rig(1);
+    MemFailAt(1);
+    EXPECT_EQ(-1, TVCIConnect(&rig.session, "A", "B"));
+    MemFailAt(0);
+    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session.error));
+    EXPECT_EQ(nullptr, rig.session.conn);
+}
+
+TEST(TVCIConnect, MovesTheServersListOn) {
+    OwnedRig rig;
+    rig.rig.AddAddress("127.0.0.1");
+    rig.rig.AddAddress("127.0.0.2");
+    rig.ExpectLogin("A", "B", Hex("'K'"));
+    rig.peer.Start();
+    EXPECT_EQ(0, TVCIConnect(rig.session, "A", "B"));
+    EXPECT_EQ(NetAddressFromText("127.0.0.2"), rig.server->ip);
+    EXPECT_EQ(1, rig.server->ip_position);
+}
+
+TEST(TVCIConnect, WalksTheServersList) {
+    OwnedRig rig;
+    rig.rig.AddAddress("127.0.0.2");
+    rig.rig.AddAddress("127.0.0.1");
+    rig.server->ip = NetAddressFromText("127.0.0.2");
+    rig.ExpectLogin("A", "B", Hex("'K'"));
+    rig.peer.Start();
+    EXPECT_EQ(0, TVCIConnect(rig.session, "A", "B"));
+    EXPECT_EQ("127.0.0.1@0 count 1", rig.rig.ListText());
+    EXPECT_EQ("", ErrorText(&rig.session->error));
+}
+
+TEST(TVCIConnect, FailsWhenTheServersListRunsOut) {
+    SessionRig rig(PortOfNobody());
+    rig.AddAddress("127.0.0.1");
+    rig.AddAddress("127.0.0.2");
+    EXPECT_EQ(-1, TVCIConnect(&rig.session, "A", "B"));
+    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session.error));
+}
+
+TEST(TVCIConnect, InTheEncipheredFormIsRefused) {
+    OwnedRig rig;
+    rig.session->attr.use_ssl = 1;
+    rig.peer.Accept();
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    EXPECT_EQ(-1, TVCIConnect(rig.session, "A", "B"));
+    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session->error));
+}
+
+TEST(TVCIOpenConnection, GivesAConnectionThatTheCallerLinks) {
+    OwnedRig rig;
+    rig.rig.AddAddress("127.0.0.1");
+    rig.rig.AddAddress("127.0.0.2");
+    rig.ExpectLogin("A", "B", Hex("'K'"));
+    rig.peer.Start();
+    Connection *conn = TVCIOpenConnection(rig.session, "A", "B");
+    ASSERT_NE(nullptr, conn);
+    EXPECT_EQ(nullptr, conn->owner);
+    EXPECT_EQ(nullptr, rig.session->conn);
+    // The server's list stays where it is.
+    EXPECT_EQ(NetAddressFromText("127.0.0.1"), rig.server->ip);
+    EXPECT_EQ(0, rig.server->ip_position);
+    ConnFree(conn);
+    MemFree(conn);
+}
+
+TEST(TVCIOpenConnection, FailsWhenNobodyListens) {
+    SessionRig rig(PortOfNobody());
+    EXPECT_EQ(nullptr, TVCIOpenConnection(&rig.session, "A", "B"));
+    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session.error));
+    EXPECT_STREQ("SYSDBA", rig.session.attr.user);
+}
+
+TEST(TVCIOpenConnection, ThatIsRefusedShowsTheServersReason) {
+    OwnedRig rig;
+    rig.ExpectLogin("A", "B", Hex("'E' 0000000B '[E1234]nope'"));
+    rig.peer.Start();
+    EXPECT_EQ(nullptr, TVCIOpenConnection(rig.session, "A", "B"));
+    EXPECT_EQ("E1234: [E1234]nope", ErrorText(&rig.session->error));
+}
+
+TEST(TVCIOpenConnection, WhoseLoginLeftNoReasonSaysSoInItsOwnWords) {
+    OwnedRig rig;
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("A", "B"));
+    rig.peer.Close();
+    rig.peer.Start();
+    MemFailAt(2);
+    EXPECT_EQ(nullptr, TVCIOpenConnection(rig.session, "A", "B"));
+    MemFailAt(0);
+    EXPECT_EQ("E19884: connect failed Maybe user password errors 3\n",
+              ErrorText(&rig.session->error));
+}
+
+TEST(TVCISessionLoginAgain, UsesTheUserOfTheFirstLogin) {
+    OwnedRig rig;
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("SCOTT", "TIGER"));
+    rig.peer.Send(Hex("'N' 00000000 'K'"));
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("SCOTT", "TIGER"));
+    rig.peer.Send(Hex("'K'"));
+    rig.peer.Start();
+    ASSERT_EQ(0, TVCIConnect(rig.session, "SCOTT", "TIGER"));
+    Connection *first = rig.session->conn;
+    Connection *second = TVCISessionLoginAgain(rig.session);
+    ASSERT_NE(nullptr, second);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first, rig.session->conn);
+    ConnFree(second);
+    MemFree(second);
+}
+
+TEST(TVCIDisconnect, RefusesWhatIsNoSession) {
+    SessionRig rig(1);
+    EXPECT_EQ(-2, TVCIDisconnect(nullptr));
+    rig.session.type = 0;
+    EXPECT_EQ(-2, TVCIDisconnect(&rig.session));
+    rig.session.type = TVCI_HTYPE_SESSION;
+}
+
+TEST(TVCIDisconnect, SendsNothingAndLeavesTheSecondConnection) {
+    OwnedRig rig;
+    rig.ExpectLogin("A", "B", Hex("'K'"));
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    ConnRig second;
+    ASSERT_EQ(0, TVCIConnect(rig.session, "A", "B"));
+    rig.session->lob_conn = second.conn;
+    EXPECT_EQ(0, TVCIDisconnect(rig.session));
+    EXPECT_EQ(nullptr, rig.session->conn);
+    EXPECT_EQ(second.conn, rig.session->lob_conn);
+}
+
+TEST(TVCIDisconnect, OfASessionThatIsNotConnectedSucceeds) {
+    SessionRig rig(1);
+    EXPECT_EQ(0, TVCIDisconnect(&rig.session));
+}
+
+// A server with a pool, and sessions that borrow from it. Connections that the peer has dropped for
+// a later one stay in the pool all the same.
+struct PoolRig {
+    explicit PoolRig(uint16_t port) : rig(port), server(&rig.server) {
+        PoolInit(&pool, nullptr);
+        server->pool = &pool;
+    }
+
+    PoolRig() : PoolRig(0) {
+        server->port = peer.port();
+    }
+
+    ~PoolRig() {
+        for (TVCISession &session : sessions) {
+            TearDownSession(&session);
+        }
+        while (pool.idle.count > 0 || pool.busy.count > 0) {
+            PoolReleaseRound();
+        }
+        if (!released) {
+            PoolRelease(&pool);
+        }
+        EXPECT_TRUE(peer.Finish()) << peer.Failure();
+    }
+
+    TVCISession *NewSession() {
+        sessions.emplace_back();
+        SetUpSession(&sessions.back(), server);
+        sessions.back().from_pool = 1;
+        return &sessions.back();
+    }
+
+    void ExpectLogin(const std::string &user, const std::string &password) {
+        peer.Accept();
+        peer.Expect(LoginText(user, password));
+        peer.Send(Hex("'K'"));
+    }
+
+    // "1 idle, 2 busy": the counters, with a remark when a vector disagrees.
+    std::string Counts() const {
+        std::string text =
+            std::to_string(pool.idle_count) + " idle, " + std::to_string(pool.busy_count) + " busy";
+        if (pool.idle.count != pool.idle_count || pool.busy.count != pool.busy_count) {
+            text += ", vectors of " + std::to_string(pool.idle.count) + " and " +
+                    std::to_string(pool.busy.count);
+        }
+        return text;
+    }
+
+    void Release() {
+        PoolRelease(&pool);
+        released = true;
+    }
+
+    // Closes what a release left in the vectors.
+    void PoolReleaseRound() {
+        for (ConnVector *vector : {&pool.idle, &pool.busy}) {
+            while (vector->count > 0) {
+                vector->count--;
+                ConnFree(vector->items[vector->count]);
+                MemFree(vector->items[vector->count]);
+            }
+            MemFree(vector->items);
+            *vector = {};
+        }
+    }
+
+    ScriptedPeer peer;
+    SessionRig rig;
+    TVCIServer *server;
+    TVCIPool pool = {};
+    std::deque<TVCISession> sessions;
+    bool released = false;
+};
+
+TEST(PoolInit, GivesTheDefaults) {
+    TVCIPool pool = {};
+    TVCIEnv env = {};
+    PoolInit(&pool, &env);
+    EXPECT_EQ(4u, pool.type);
+    EXPECT_EQ(&env, pool.env);
+    EXPECT_EQ(10, pool.min_conn);
+    EXPECT_EQ(1000, pool.max_conn);
+    EXPECT_EQ(6000, pool.pool_timeout);
+    EXPECT_EQ(0, pool.reserved);
+    EXPECT_EQ(0, pool.idle_count);
+    EXPECT_EQ(0, pool.busy_count);
+    EXPECT_EQ(0, pool.idle.count);
+    EXPECT_EQ(0, pool.busy.count);
+    EXPECT_STREQ("SYSDBA", pool.attr.user);
+    EXPECT_STREQ("SYSDBA", pool.attr.password);
+    EXPECT_FALSE(SemaphoreTryTake(&pool.semaphore));
+    PoolRelease(&pool);
+}
+
+TEST(Pool, FirstLogonFixesItsUser) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.peer.Start();
+    TVCISession *session = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(session, "SCOTT", "TIGER"));
+    EXPECT_STREQ("SCOTT", rig.pool.attr.user);
+    EXPECT_STREQ("TIGER", rig.pool.attr.password);
+    EXPECT_EQ(1, session->from_pool);
+    EXPECT_EQ(session, session->conn->owner);
+    EXPECT_EQ("0 idle, 1 busy", rig.Counts());
+}
+
+TEST(Pool, DisconnectMakesTheConnectionIdleAndTheNextConnectTakesItWithNoLogin) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "SCOTT", "TIGER"));
+    Connection *conn = first->conn;
+    EXPECT_EQ(0, TVCIDisconnect(first));
+    EXPECT_EQ(nullptr, first->conn);
+    EXPECT_EQ("1 idle, 0 busy", rig.Counts());
+    EXPECT_NE(0u, conn->sock);
+    ASSERT_EQ(0, TVCIConnect(second, "SCOTT", "TIGER"));
+    EXPECT_EQ(conn, second->conn);
+    EXPECT_EQ(second, conn->owner);
+    EXPECT_EQ("0 idle, 1 busy", rig.Counts());
+    // The session itself never logged on, and keeps the defaults for a reconnect.
+    EXPECT_STREQ("SYSDBA", second->attr.user);
+    EXPECT_STREQ("SYSDBA", second->attr.password);
+}
+
+TEST(Pool, IsSharedByTheSameUserInAnotherCase) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "SCOTT", "TIGER"));
+    Connection *conn = first->conn;
+    TVCIDisconnect(first);
+    ASSERT_EQ(0, TVCIConnect(second, "scott", "TIGER"));
+    EXPECT_EQ(conn, second->conn);
+    EXPECT_EQ(1, second->from_pool);
+}
+
+// A second logon that does not match the first gets a connection of its own.
+static void ExpectPrivate(const char *user, const char *password) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.ExpectLogin(user, password);
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "SCOTT", "TIGER"));
+    TVCIDisconnect(first);
+    ASSERT_EQ(0, TVCIConnect(second, user, password));
+    EXPECT_EQ(0, second->from_pool);
+    EXPECT_EQ(second, second->conn->owner);
+    EXPECT_EQ("1 idle, 0 busy", rig.Counts());
+    EXPECT_STREQ("SCOTT", rig.pool.attr.user);
+    EXPECT_EQ(0, TVCIDisconnect(second));
+    EXPECT_EQ(nullptr, second->conn);
+    EXPECT_EQ("1 idle, 0 busy", rig.Counts());
+}
+
+TEST(Pool, GivesAnotherPasswordAPrivateConnection) {
+    ExpectPrivate("SCOTT", "LION");
+}
+
+TEST(Pool, ComparesThePasswordExactly) {
+    ExpectPrivate("SCOTT", "tiger");
+}
+
+TEST(Pool, GivesAnotherUserAPrivateConnection) {
+    ExpectPrivate("SCOT", "TIGER");
+}
+
+TEST(Pool, LeavesASessionThatIsRefusedAPrivateConnectionInThePool) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("SCOTT", "LION"));
+    rig.peer.Send(Hex("'E' 0000000B '[E1234]nope'"));
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "SCOTT", "TIGER"));
+    EXPECT_EQ(-1, TVCIConnect(second, "SCOTT", "LION"));
+    EXPECT_EQ(1, second->from_pool);
+    EXPECT_EQ("E1234: [E1234]nope", ErrorText(&second->error));
+    EXPECT_EQ("0 idle, 1 busy", rig.Counts());
+}
+
+TEST(Pool, LogsOnANewConnectionWhenNoneIsIdle) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.ExpectLogin("scott", "TIGER");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "SCOTT", "TIGER"));
+    ASSERT_EQ(0, TVCIConnect(second, "scott", "TIGER"));
+    EXPECT_NE(first->conn, second->conn);
+    EXPECT_EQ("0 idle, 2 busy", rig.Counts());
+}
+
+TEST(Pool, GivesTheConnectionThatHasBeenIdleLongest) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "A", "B"));
+    ASSERT_EQ(0, TVCIConnect(second, "A", "B"));
+    Connection *longest = second->conn;
+    TVCIDisconnect(second);
+    TVCIDisconnect(first);
+    EXPECT_EQ("2 idle, 0 busy", rig.Counts());
+    TVCISession *third = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(third, "A", "B"));
+    EXPECT_EQ(longest, third->conn);
+    EXPECT_EQ("1 idle, 1 busy", rig.Counts());
+}
+
+static std::atomic<int> waits_for_pool;
+
+static void CountPoolWait(WaitPoint point) {
+    if (point == WAIT_POOL_PERMIT) {
+        waits_for_pool++;
+        waits_for_pool.notify_all();
+    }
+}
+
+TEST(Pool, AtItsLimitBlocksUntilADisconnect) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    rig.pool.max_conn = 1;
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "A", "B"));
+    Connection *conn = first->conn;
+    waits_for_pool = 0;
+    WaitSetHook(CountPoolWait);
+    std::atomic<bool> connected = false;
+    std::thread waiting([second, &connected] {
+        EXPECT_EQ(0, TVCIConnect(second, "A", "B"));
+        connected = true;
+    });
+    waits_for_pool.wait(0);
+    EXPECT_FALSE(connected);
+    EXPECT_EQ(0, TVCIDisconnect(first));
+    waiting.join();
+    WaitSetHook(nullptr);
+    EXPECT_EQ(conn, second->conn);
+    EXPECT_EQ(second, conn->owner);
+    EXPECT_EQ("0 idle, 1 busy", rig.Counts());
+}
+
+TEST(Pool, AtItsLimitTakesTheConnectionThatCameBackLast) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    TVCISession *third = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "A", "B"));
+    ASSERT_EQ(0, TVCIConnect(second, "A", "B"));
+    Connection *last = second->conn;
+    TVCIDisconnect(first);
+    TVCIDisconnect(second);
+    // What a session sees that came before the two disconnects.
+    rig.pool.idle_count = 0;
+    rig.pool.busy_count = 2;
+    rig.pool.max_conn = 2;
+    ASSERT_EQ(0, TVCIConnect(third, "A", "B"));
+    EXPECT_EQ(last, third->conn);
+    EXPECT_EQ(-1, rig.pool.idle_count);
+    EXPECT_EQ(3, rig.pool.busy_count);
+}
+
+TEST(Pool, WithAPermitAndNothingIdleLeavesTheSessionWithoutAConnection) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    rig.pool.max_conn = 1;
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "A", "B"));
+    SemaphoreRelease(&rig.pool.semaphore);
+    EXPECT_EQ(0, TVCIConnect(second, "A", "B"));
+    EXPECT_EQ(nullptr, second->conn);
+    EXPECT_EQ("", ErrorText(&second->error));
+    EXPECT_EQ("0 idle, 1 busy", rig.Counts());
+    EXPECT_FALSE(SemaphoreTryTake(&rig.pool.semaphore));
+}
+
+TEST(Pool, ThatWasNeverMadeGivesAPrivateConnection) {
+    PoolRig rig;
+    rig.server->pool = nullptr;
+    rig.ExpectLogin("A", "B");
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    TVCISession *session = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(session, "A", "B"));
+    EXPECT_EQ(0, session->from_pool);
+    EXPECT_EQ(0, TVCIDisconnect(session));
+}
+
+TEST(Pool, SecondDisconnectChangesNothing) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    TVCISession *session = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(session, "A", "B"));
+    EXPECT_EQ(0, TVCIDisconnect(session));
+    EXPECT_EQ(0, TVCIDisconnect(session));
+    EXPECT_EQ("1 idle, 0 busy", rig.Counts());
+    EXPECT_TRUE(SemaphoreTryTake(&rig.pool.semaphore));
+    EXPECT_FALSE(SemaphoreTryTake(&rig.pool.semaphore));
+    SemaphoreRelease(&rig.pool.semaphore);
+}
+
+TEST(Pool, KeepsItsCountersWhenALoginFails) {
+    PoolRig rig;
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("A", "B"));
+    rig.peer.Send(Hex("'E' 0000000B '[E1234]nope'"));
+    rig.peer.Accept();
+    rig.peer.Expect(LoginText("C", "D"));
+    rig.peer.Send(Hex("'K'"));
+    rig.peer.Start();
+    TVCISession *session = rig.NewSession();
+    EXPECT_EQ(-1, TVCIConnect(session, "A", "B"));
+    EXPECT_EQ("E1234: [E1234]nope", ErrorText(&session->error));
+    EXPECT_EQ("0 idle, 0 busy", rig.Counts());
+    // Still empty, so that the next one fixes the user.
+    EXPECT_STREQ("A", rig.pool.attr.user);
+    EXPECT_EQ(0, TVCIConnect(session, "C", "D"));
+    EXPECT_STREQ("C", rig.pool.attr.user);
+    EXPECT_EQ(1, session->from_pool);
+}
+
+TEST(Pool, WhoseVectorCannotGrowLeavesTheConnectionToTheSession) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    TVCISession *session = rig.NewSession();
+    // The first block is the connection, the second the busy vector.
+    MemFailAt(2);
+    ASSERT_EQ(0, TVCIConnect(session, "A", "B"));
+    EXPECT_TRUE(MemFailed());
+    MemFailAt(0);
+    EXPECT_EQ(0, session->from_pool);
+    EXPECT_NE(nullptr, session->conn);
+    EXPECT_EQ("0 idle, 0 busy", rig.Counts());
+    EXPECT_EQ(0, TVCIDisconnect(session));
+}
+
+TEST(Pool, WhoseVectorCannotGrowClosesAConnectionThatComesBack) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    TVCISession *session = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(session, "A", "B"));
+    MemFailAt(1);
+    EXPECT_EQ(0, TVCIDisconnect(session));
+    MemFailAt(0);
+    EXPECT_EQ(nullptr, session->conn);
+    EXPECT_EQ("0 idle, 0 busy", rig.Counts());
+    EXPECT_FALSE(SemaphoreTryTake(&rig.pool.semaphore));
+}
+
+TEST(PoolRelease, ClosesExactlyOneOfSeveralIdleConnections) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.ExpectLogin("A", "B");
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    TVCISession *held[3];
+    for (TVCISession *&session : held) {
+        session = rig.NewSession();
+        ASSERT_EQ(0, TVCIConnect(session, "A", "B"));
+    }
+    Connection *second = held[1]->conn;
+    Connection *third = held[2]->conn;
+    for (TVCISession *session : held) {
+        TVCIDisconnect(session);
+    }
+    EXPECT_EQ("3 idle, 0 busy", rig.Counts());
+    rig.Release();
+    EXPECT_EQ(0, rig.pool.idle_count);
+    EXPECT_EQ(0, rig.pool.busy_count);
+    ASSERT_EQ(2, rig.pool.idle.count);
+    EXPECT_EQ(second, rig.pool.idle.items[0]);
+    EXPECT_EQ(third, rig.pool.idle.items[1]);
+    EXPECT_NE(0u, second->sock);
+    EXPECT_NE(0u, third->sock);
+}
+
+TEST(PoolRelease, ClosesOneBusyConnection) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.peer.ExpectEnd();
+    rig.peer.Start();
+    TVCISession *session = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(session, "A", "B"));
+    rig.Release();
+    session->conn = nullptr;
+    EXPECT_EQ("0 idle, 0 busy", rig.Counts());
+}
+
+TEST(PoolRelease, OfAnUnusedPoolFreesNothingTwice) {
+    PoolRig rig;
+    rig.Release();
+    EXPECT_EQ("0 idle, 0 busy", rig.Counts());
+}
+
+static int64_t SendAll(SocketId, const void *, size_t count) {
+    return (int64_t)count;
+}
+
+static int64_t ReceiveAccepted(SocketId, void *bytes, size_t) {
+    *(char *)bytes = 'K';
+    return 1;
+}
+
+TEST(Pool, KeepsCountUnderManyThreads) {
+    PoolRig rig;
+    rig.pool.max_conn = 2;
+    SocketSetHooks(SendAll, ReceiveAccepted);
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; number++) {
+        TVCISession *session = rig.NewSession();
+        threads.emplace_back([session] {
+            for (int round = 0; round < 50; round++) {
+                EXPECT_EQ(0, TVCIConnect(session, "A", "B"));
+                EXPECT_NE(nullptr, session->conn);
+                EXPECT_EQ(session, session->conn->owner);
+                EXPECT_EQ(0, TVCIDisconnect(session));
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    SocketSetHooks(nullptr, nullptr);
+    EXPECT_EQ(0, rig.pool.busy_count);
+    EXPECT_EQ(0, rig.pool.busy.count);
+    EXPECT_GE(rig.pool.idle_count, 1);
+    EXPECT_EQ(rig.pool.idle_count, rig.pool.idle.count);
+}
