@@ -19,6 +19,8 @@ constexpr int EXIT_USAGE = 2;
 // Both signals become readable bytes. They are blocked before any thread starts, so that all
 // threads inherit that.
 int StopDescriptor() {
+    // Whoever reads the output may stop doing so.
+    std::signal(SIGPIPE, SIG_IGN);
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);

@@ -208,7 +208,9 @@ bool IsInterval(int32_t type_id) {
 }
 
 std::string DescribeType(const DeclaredType &type) {
-    std::string text = type.varying ? "VARCHAR" : EntryOf(type.type_id)->name;
+    const TypeEntry *entry = EntryOf(type.type_id);
+    if (entry == nullptr) return "type " + std::to_string(type.type_id);
+    std::string text = type.varying ? "VARCHAR" : entry->name;
     if (type.size == NO_SIZE) return text;
     if (type.type_id != TYPE_NUMERIC) return text + "(" + std::to_string(type.size) + ")";
     return text + "(" + std::to_string(type.size >> 16) + "," + std::to_string(type.size & 0xFFFF) +

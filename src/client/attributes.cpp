@@ -112,13 +112,19 @@ int32_t TVCIAttrSet(void *handle, int32_t attribute, const void *value, int32_t 
     }
 }
 
-static int32_t AttrGet(void *handle, int32_t attribute, void *value, int32_t room,
-                       int32_t *length) {
+// The room that a text may take at the value; without a length the whole field fits.
+static int32_t TextRoom(const int32_t *length) {
+    return length == NULL ? -1 : *length;
+}
+
+// `length` is read for texts of servers and sessions, and written for columns.
+static int32_t AttrGet(void *handle, int32_t attribute, void *value, int32_t *length) {
     switch (*(const uint32_t *)handle) {
         case TVCI_HTYPE_ENV: return EnvAttrGet((TVCIEnv *)handle, attribute, value);
-        case TVCI_HTYPE_SERVER: return ServerAttrGet((TVCIServer *)handle, attribute, value, room);
+        case TVCI_HTYPE_SERVER:
+            return ServerAttrGet((TVCIServer *)handle, attribute, value, TextRoom(length));
         case TVCI_HTYPE_SESSION:
-            return SessionAttrGet((TVCISession *)handle, attribute, value, room);
+            return SessionAttrGet((TVCISession *)handle, attribute, value, TextRoom(length));
         case TVCI_HTYPE_STMT: return StmtAttrGet((TVCIStmt *)handle, attribute, value);
         case TVCI_HTYPE_COLUMN:
             return ColumnMetadataGet((const ColumnHandle *)handle, attribute, value, length);
@@ -131,7 +137,7 @@ int32_t TVCIAttrGet(void *handle, int32_t attribute, void *value, int32_t length
     uint32_t type = *(const uint32_t *)handle;
     if (type == HTYPE_EMPTY) return 0;
     if (type == TVCI_HTYPE_COLUMN) return -2;
-    return AttrGet(handle, attribute, value, length, NULL);
+    return AttrGet(handle, attribute, value, &length);
 }
 
 // A handle whose type word is not `handle_type` is refused like a type that is not served, for it
@@ -140,5 +146,5 @@ int32_t TVCIGetResultAttr(void *handle, int32_t handle_type, void *value, int32_
                           int32_t attribute) {
     if (handle == NULL || value == NULL) return -3;
     if (handle_type < 0 || *(const uint32_t *)handle != (uint32_t)handle_type) return -2;
-    return AttrGet(handle, attribute, value, length == NULL ? -1 : *length, length);
+    return AttrGet(handle, attribute, value, length);
 }

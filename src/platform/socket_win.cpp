@@ -68,6 +68,8 @@ void SocketClose(SocketId socket) {
 }
 
 uint32_t NetAddressFromText(const char *text) {
+    // The system takes an empty or blank text for 0.0.0.0, which would reach this machine.
+    if (text[0] < '0' || text[0] > '9') return NET_ADDRESS_NONE;
     return inet_addr(text);
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/lock.h"
 
+struct Connection;
 struct TVCIStmt;
 
 // Rows of the first block of a response, and of every block that a server cursor fetches.
@@ -22,10 +23,10 @@ enum ResultKind { RESULT_INSERT = 1, RESULT_ROWS = 2, RESULT_UPDATE = 3, RESULT_
 
 // One column of a result. Zeroed when made.
 struct FieldDesc {
-    char *table;      // owns the text buffer if set; NULL if the wire name had no "."
-    char *name;       // owns the text buffer if `table` is NULL
-    char *attribute;  // in the same buffer; what stood behind the "%", NULL if there was none
-    int32_t type;     // TypeId
+    char *table;       // owns the text buffer if set; NULL if the wire name had no "."
+    char *name;        // owns the text buffer if `table` is NULL
+    char *attribute;   // in the same buffer; what stood behind the "%", NULL if there was none
+    int32_t type;      // TypeId
     int32_t app_type;  // the CType that the column reads as by default
     int32_t size;      // declared size word; -1 where the column has none
     int32_t flags;
@@ -55,8 +56,8 @@ typedef uint8_t RowImage;
 // Where the rows of a result are: slot 0 of `slots` points to the number of blocks in use, slots 1
 // to 1023 to blocks of row pointers. Rows and blocks never move.
 struct RowStore {
-    void **slots;      // owned; NULL until the first row
-    int64_t capacity;  // rows that the blocks hold; touched by the row reader only
+    void **slots;                    // owned; NULL until the first row
+    int64_t capacity;                // rows that the blocks hold; touched by the row reader only
     std::atomic<int64_t> row_count;  // rows stored; a row is complete before it is counted
 };
 
@@ -69,11 +70,13 @@ struct ResultSet {
     ResultLink link;         // in TVCIStmt.results, the head after the last; a copy: in .copies
     ResultSet *next_result;  // for TVCINextResult
     TVCIStmt *statement;     // borrowed
-    int32_t kind;            // ResultKind
+    Connection *conn;  // borrowed; where the rows come from. A row reader asks no session, for
+                       // the session may be disconnected beside it
+    int32_t kind;      // ResultKind
     int32_t field_count;
-    FieldDesc *fields;      // owned
-    int32_t row_size;       // bytes of one row image
-    int32_t position;       // index of the row that the next fetch hands out
+    FieldDesc *fields;  // owned
+    int32_t row_size;   // bytes of one row image
+    int32_t position;   // index of the row that the next fetch hands out
     RowStore store;
     RowImage *current_row;  // borrowed from the arena; NULL at the end of the data
     uint32_t affected;      // rows, for all kinds but rows

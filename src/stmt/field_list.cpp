@@ -107,6 +107,7 @@ int32_t ReadFieldList(ResultSet *result) {
     Connection *conn = result->statement->session->conn;
     // Rows of an earlier list have another layout.
     FreeResultSet(result);
+    result->conn = conn;
     int32_t count;
     if (!ReadWord(conn, &count)) return TVCI_CONNECTION_LOST;
     if (count < 0) return TVCI_NO_MEMORY;

@@ -5,7 +5,6 @@
 
 #include "diag/error.h"
 #include "platform/memory.h"
-#include "records/handles.h"
 #include "stmt/letters.h"
 #include "tavu/tvci.h"
 #include "values/arena.h"
@@ -164,7 +163,7 @@ static inline int32_t ReadRowInWindow(ReadWindow *window, ResultSet *result, Row
 
 int32_t ReadRow(ResultSet *result, RowImage **row_out) {
     *row_out = NULL;
-    ReadWindow window = WindowOpen(result->statement->session->conn);
+    ReadWindow window = WindowOpen(result->conn);
     const int32_t status = ReadRowInWindow(&window, result, row_out);
     WindowClose(&window);
     return status;
@@ -187,7 +186,7 @@ int32_t ReadFirstRows(ResultSet *result) {
 
 int32_t ReadRemainingRows(ResultSet *result) {
     TVCIStmt *stmt = result->statement;
-    Connection *conn = stmt->session->conn;
+    Connection *conn = result->conn;
     RowImage *row;
     while (ReadRow(result, &row) == TVCI_SUCCESS) {
         AppendRow(result, row);
@@ -211,8 +210,8 @@ int32_t ReadRemainingRows(ResultSet *result) {
 
 void BackgroundReaderEntry(void *argument) {
     ResultSet *result = (ResultSet *)argument;
-    // The statement may be gone when the rows have been read.
-    Connection *conn = result->statement->session->conn;
+    // The result may be gone when its rows have been read.
+    Connection *conn = result->conn;
     ReadRemainingRows(result);
     SemaphoreRelease(&conn->use_semaphore);
 }

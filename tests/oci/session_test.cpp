@@ -170,13 +170,13 @@ TEST(SessionBegin, SendsTheLoginOfASessionWithRowidsAndWithoutAutoCommit) {
 
 TEST(SessionBegin, ARefusalPutsTheServersTextIntoTheErrorHandle) {
     SessionRig rig;
-    // An error of 25 bytes: the code in brackets, then the text.
-    rig.ScriptLogin(CallLoginText("scott", "tiger"), "'E' 00000019 '[E18006]no such user scott'");
+    // An error of 26 bytes: the code in brackets, then the text.
+    rig.ScriptLogin(CallLoginText("scott", "tiger"), "'E' 0000001A '[E18006]no such user scott'");
     rig.peer.Start();
     EXPECT_EQ(-1, OCISessionBegin(rig.svc, rig.err, rig.session, 1, 0));
     EXPECT_EQ(0, rig.session->logged_on);
     EXPECT_EQ(8u, rig.err->source);
-    EXPECT_EQ("[E18006]no such user scott", rig.Error().substr(0, 26));
+    EXPECT_EQ("[E18006]no such user scott", rig.Error());
 }
 
 TEST(SessionBegin, AfterARefusalTheApplicationMayTryAgain) {

@@ -140,12 +140,13 @@ TEST(StmtPrepare, PreparingAgainDropsBindsAndDefinesAndKeepsTheRest) {
     rig.Logon();
     OCIStmt *stmt = rig.Prepare("SELECT A FROM T WHERE A=?");
     int32_t value = 7;
-    int32_t out = 0;
+    int32_t out[2] = {};
     ASSERT_EQ(0, rig.Bind(stmt, 1, &value, 4, DTY_INT));
-    ASSERT_EQ(0, rig.Define(stmt, 1, &out, 4, DTY_INT));
+    ASSERT_EQ(0, rig.Define(stmt, 1, out, 4, DTY_INT));
     rig.Exchange(FrameArgs("? ST0 ", 1) + Hex("0000 0001 0005 00000004 00000007"),
                  OneIntResult() + Row({Int32(41)}) + Row({Int32(42)}) + Ascii("K"));
     ASSERT_EQ(0, rig.Execute(stmt, 2));
+    EXPECT_EQ(42, out[1]);
     EXPECT_EQ(2u, stmt->rows_total);
 
     rig.Exchange(Hex("3F 0000000F 'DEALLOCATE ST0;' 00 00000000"), Ascii("K"));
@@ -160,10 +161,10 @@ TEST(StmtPrepare, PreparingAgainDropsBindsAndDefinesAndKeepsTheRest) {
     EXPECT_EQ(2u, stmt->rows_total);
 
     // No define is left, and the rows go nowhere.
-    out = 0;
+    out[0] = 0;
     rig.Exchange(FrameArgs("? ST1 ", 0), OneIntResult() + Row({Int32(43)}) + Ascii("K"));
     EXPECT_EQ(0, rig.Execute(stmt, 1));
-    EXPECT_EQ(0, out);
+    EXPECT_EQ(0, out[0]);
     EXPECT_EQ(3u, stmt->rows_total);
 }
 

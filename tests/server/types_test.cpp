@@ -393,6 +393,29 @@ TEST_F(EveryType, ComparisonsFollowTheType) {
                     "52 00000004 '9.50' 52 00000005 '10.00' 4b"));
 }
 
+TEST_F(EveryType, TheFunctionsOfTheChecksStandUpToAnyArguments) {
+    EXPECT_EQ("[E16001]value 'x' does not fit type 99",
+              client.AskRefused("select tavu_fits(99, -1, 0, 'x')"));
+    EXPECT_EQ("[E16001]value 'abc' does not fit CHAR(-7)",
+              client.AskRefused("select tavu_stored(30, -7, 0, 'abc')"));
+    EXPECT_EQ("[E16001]value '1' does not fit NUMERIC(-32768,0)",
+              client.AskRefused("select tavu_stored(7, -2147483648, 0, '1')"));
+    client.Ask("select tavu_stored(7, 2147483647, null, null) as v",
+               Wire("41 00000001 00000001 'v' 0000001e ffffffff 00000002 52 00000000 4b"));
+}
+
+TEST_F(EveryType, MaximumAndGroupsFollowTheType) {
+    client.Ask("create table T (n numeric(8,2), d date)", DONE);
+    client.Ask("insert into T values (9, '2024-03-01'), (10, '2024-3-1')", Updated(2));
+    client.Ask("select max(n) as m from T",
+               Wire("41 00000001 00000001 'm' 0000001e ffffffff 00000002"
+                    "52 00000005 '10.00' 4b"));
+    client.Ask("select d, count(*) as n from T group by d",
+               Wire("41 00000002 00000003 'T.d' 0000000a ffffffff 00000002"
+                    "            00000001 'n' 00000006 ffffffff 00000002"
+                    "52 00000004 00004d47 00000008 0000000000000002 4b"));
+}
+
 TEST_F(EveryType, UniqueSeesThroughTheSpellings) {
     client.Ask("create table T (d date unique, n numeric(8,2) unique)", DONE);
     client.Ask("insert into T values ('2024-03-01', 1.5)", Inserted("1"));

@@ -19,6 +19,7 @@ static int64_t PlayReceive(SocketId, void *bytes, size_t count) {
     if (played->input_at < played->input_cut) {
         given = std::min(given, played->input_cut - played->input_at);
     }
+    if (given == 0) return 0;
     memcpy(bytes, played->input.data() + played->input_at, given);
     played->input_at += given;
     return (int64_t)given;

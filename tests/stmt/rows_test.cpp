@@ -621,6 +621,18 @@ TEST(BackgroundReaderEntry, TheResultMayGoAsSoonAsTheResponseIsDone) {
     }
 }
 
+TEST(BackgroundReaderEntry, ReadsOnWhenTheSessionLetsGoOfTheConnection) {
+    RowRig rig;
+    ResultSet *result = rig.NewResult({5});
+    rig.Arrive(CountingRows(0, 3000) + Hex("'K'"));
+    ASSERT_TRUE(SemaphoreTryTake(&rig.conn->use_semaphore));
+    ASSERT_EQ(2000, ReadFirstRows(result));
+    rig.session.conn = nullptr;
+    BackgroundReaderEntry(result);
+    EXPECT_TRUE(PermitIsFree(rig.conn));
+    ExpectCounting(result, 3000);
+}
+
 TEST(FreeResultSet, LeavesAResultThatCanBeUsedAgain) {
     RowRig rig;
     ResultSet *result = rig.NewResult({5, 30});

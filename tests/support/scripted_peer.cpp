@@ -230,5 +230,6 @@ bool ScriptedPeer::Finish() {
     if (thread_.joinable()) {
         thread_.join();
     }
+    CloseConnection(false);
     return failure_.empty();
 }

@@ -42,8 +42,8 @@ public:
     void Start();
     void Open(const std::string &name);
     bool WaitMark(const std::string &name);
-    // Waits for the end of the script. False when something differed, or when the client sent a
-    // byte that the script did not ask for.
+    // Waits for the end of the script and closes the connection. False when something differed, or
+    // when the client sent a byte that the script did not ask for.
     bool Finish();
     const std::string &Failure() const;
 

@@ -94,8 +94,8 @@ static DateRec TrueDate(int32_t days) {
 }
 
 static int32_t DaysOf(int year, unsigned month, unsigned day) {
-    const std::chrono::sys_days date = std::chrono::year{year} / std::chrono::month{month} /
-                                       std::chrono::day{day};
+    const std::chrono::sys_days date =
+        std::chrono::year{year} / std::chrono::month{month} / std::chrono::day{day};
     return (int32_t)date.time_since_epoch().count();
 }
 

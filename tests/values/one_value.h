@@ -64,8 +64,7 @@ struct OneValue {
         result.current_row = row.data();
     }
 
-    OneValue(int32_t type, const std::string &text) : OneValue(type, Ascii(text)) {
-    }
+    OneValue(int32_t type, const std::string &text) : OneValue(type, Ascii(text)) {}
 
     void SetNull() {
         row[24] |= 1;

@@ -24,7 +24,7 @@ inline RenderCase Same(int32_t type, const Bytes &value, const std::string &text
 inline Bytes WireTime(int32_t milliseconds, int16_t zone) {
     const uint32_t count = (uint32_t)milliseconds;
     const uint16_t offset = (uint16_t)zone;
-    return {(uint8_t)(count >> 24), (uint8_t)(count >> 16),  (uint8_t)(count >> 8),
+    return {(uint8_t)(count >> 24), (uint8_t)(count >> 16), (uint8_t)(count >> 8),
             (uint8_t)count,         (uint8_t)(offset >> 8), (uint8_t)offset};
 }
 
@@ -117,8 +117,7 @@ inline std::vector<RenderCase> DateCases() {
         {14, WireDateTime(0, 0), "1970-01-01 00:00:00 +0:00", "1970-01-01 00:00:00+0"},
         {14, WireDateTime(-1, 0), "1970-01-01 00:00:00 +0:00", "1970-01-01 00:00:00+0"},
         {14, WireDateTime(-1000, 0), "1969-12-31 23:59:59 +0:00", "1969-12-31 23:59:59+0"},
-        {14, WireDateTime(-62135596800000000, 0), "1-01-01 00:00:00 +0:00",
-         "1-01-01 00:00:00+0"},
+        {14, WireDateTime(-62135596800000000, 0), "1-01-01 00:00:00 +0:00", "1-01-01 00:00:00+0"},
         {14, WireDateTime(INT64_MAX, 0), "294247-01-10 04:00:54 +0:00", "294247-01-10 04:00:54+0"},
         {14, WireDateTime(INT64_MIN, 0), "-290308-12-20 19:59:05 +0:00",
          "-290308-12-20 19:59:05+0"},
