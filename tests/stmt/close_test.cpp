@@ -182,17 +182,17 @@ TEST(StmtClose, AnyOtherModeFreesTheHandle) {
         rig.Script(Hex("3F 00000010 'PREPARE ST0 AS X' 00 00000000"), Hex("'K'"));
         EXPECT_EQ(0, TVCIPrepare(stmt, "X", -1));
         rig.Script(Hex("3F 00000011 'DEALLOCATE `ST0`;' 00 00000000"), Hex("'K'"));
-        EXPECT_EQ(0, TVCIStmtClose(stmt, mode)) << mode;
+        EXPECT_EQ(0, StmtRelease(stmt, mode)) << mode;
         EXPECT_EQ(&rig.stmt->link, rig.session->stmts.prev);
         EXPECT_EQ(blocks, MemLiveBlocks());
         EXPECT_EQ((void *)dead_handle, owner);
-        EXPECT_EQ(-2, TVCIStmtClose((TVCIStmt *)owner, mode));
+        EXPECT_EQ(-2, TVCIStmtClose((TVCIStmt *)owner, 3));
     }
 }
 
 TEST(StmtClose, BadHandleIsRefused) {
     EXPECT_EQ(-2, TVCIStmtClose(nullptr, 3));
-    EXPECT_EQ(-2, TVCIStmtClose((TVCIStmt *)dead_handle, 4));
+    EXPECT_EQ(-2, TVCIStmtClose((TVCIStmt *)dead_handle, 3));
 }
 
 TEST(StmtClose, HandleFreeClosesTheStatement) {
@@ -221,6 +221,6 @@ TEST(StmtClose, CursorNameThatIsNoLongerOpenGoesWithTheHandle) {
     const int64_t blocks = MemLiveBlocks();
     TVCIStmt *stmt = rig.NewStmt();
     stmt->cursor_name = MemCopyText("ST0_CUR");
-    EXPECT_EQ(0, TVCIStmtClose(stmt, 4));
+    EXPECT_EQ(0, TVCIHandleFree(stmt));
     EXPECT_EQ(blocks, MemLiveBlocks());
 }

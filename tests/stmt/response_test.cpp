@@ -339,6 +339,48 @@ TEST(ReadResponse, ItemThatIsCutShortWaitsForItsOwnEnd) {
     }
 }
 
+static void RunAnswerWithoutMemory(uint64_t failing_allocation, const Bytes &answer) {
+    StmtRig rig;
+    rig.Script(Hex(REQUEST_X), answer);
+    EndAtWaits();
+    MemFailAt(failing_allocation);
+    TVCIExecDirect(rig.stmt, "X", -1);
+}
+
+TEST(ReadResponse, ItemThatThereIsNoMemoryForWaitsForItsOwnEnd) {
+    // The first allocation is the statement's text, the second one what the item needs.
+    EXPECT_WAITS_FOR_EVER(RunAnswerWithoutMemory(2, Hex("'W' 00000009 '[E10001]e' 'K'")),
+                          WAIT_RESPONSE_DONE);
+    // Of a result with rows it is the third one: the second one is the result itself.
+    EXPECT_WAITS_FOR_EVER(RunAnswerWithoutMemory(3, Hex(ONE_FIELD) + Hex("'K'")),
+                          WAIT_RESPONSE_DONE);
+}
+
+TEST(ReadResponse, ResultThatThereIsNoMemoryForEndsTheCall) {
+    for (const char *answer : {"'A'", "'U' 00000001", "'D' 00000001", "'I' 00000000"}) {
+        StmtRig rig;
+        rig.Script(Hex(REQUEST_X), Hex(answer));
+        MemFailAt(2);
+        EXPECT_EQ(-5, TVCIExecDirect(rig.stmt, "X", -1)) << answer;
+        EXPECT_TRUE(MemFailed());
+        MemFailAt(0);
+        EXPECT_EQ(1, rig.stmt->response_done.load());
+        EXPECT_EQ(nullptr, rig.Result(0));
+        EXPECT_TRUE(rig.PermitIsFree());
+    }
+}
+
+TEST(ReadResponse, ErrorThatThereIsNoRecordForStillFails) {
+    StmtRig rig;
+    rig.Script(Hex(REQUEST_X), Hex("'E' 00000009 '[E13001]u' 'K'"));
+    // Behind the statement's text and the server's comes the record.
+    MemFailAt(3);
+    EXPECT_EQ(-1, TVCIExecDirect(rig.stmt, "X", -1));
+    EXPECT_TRUE(MemFailed());
+    MemFailAt(0);
+    EXPECT_EQ("|", rig.Error());
+}
+
 static void ReleaseAfterReaderStoppedShort(const Bytes &rest) {
     StmtRig rig;
     rig.Script(Hex(REQUEST_X), Hex(ONE_FIELD) + IntRows(0, 2000) + rest);

@@ -580,7 +580,8 @@ TEST(ParamSend, WhatPassesTheBufferArrivesInOrder) {
     peer.Start();
     static Connection conn;
     ASSERT_TRUE(ConnInit(&conn));
-    conn.ip = HostToNetwork32(0x7F000001);
+    const uint8_t loopback[] = {127, 0, 0, 1};
+    memcpy(&conn.ip, loopback, sizeof(loopback));
     conn.port = peer.port();
     ASSERT_TRUE(ConnOpenSocket(&conn));
     swap_bytes.store(1);
@@ -591,8 +592,8 @@ TEST(ParamSend, WhatPassesTheBufferArrivesInOrder) {
     parameter.param.name = name.data();
     ParamSend(&conn, &parameter.param);
     EXPECT_EQ(0, ConnFlush(&conn));
-    ConnFree(&conn);
     EXPECT_TRUE(peer.Finish()) << peer.Failure();
+    ConnFree(&conn);
 }
 
 TEST(BytesToHex, UpperCaseDigitsHighOnesFirst) {

@@ -481,6 +481,20 @@ TEST(Pool, GivesAnotherUserAPrivateConnection) {
     ExpectPrivate("SCOT", "TIGER");
 }
 
+TEST(Pool, KeepsItsUserWhileAllConnectionsAreBusy) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.ExpectLogin("ADAMS", "WOOD");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "SCOTT", "TIGER"));
+    ASSERT_EQ(0, TVCIConnect(second, "ADAMS", "WOOD"));
+    EXPECT_EQ(0, second->from_pool);
+    EXPECT_STREQ("SCOTT", rig.pool.attr.user);
+    EXPECT_EQ("0 idle, 1 busy", rig.Counts());
+}
+
 TEST(Pool, LeavesASessionThatIsRefusedAPrivateConnectionInThePool) {
     PoolRig rig;
     rig.ExpectLogin("SCOTT", "TIGER");

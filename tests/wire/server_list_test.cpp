@@ -217,6 +217,18 @@ TEST(ServerListConnect, GoesOnInTheListWhenAnAddressOutsideItFails) {
     EXPECT_EQ(0, rig.server.ip_position);
 }
 
+TEST(ServerListConnect, AtPositionZeroGoesOnAtTheLastAddress) {
+    ListRig rig;
+    ConnRig conn;
+    rig.AddAddress("127.0.0.3");
+    rig.AddAddress("127.0.0.4");
+    rig.AddAddress("127.0.0.1");
+    Point(&rig, conn, "127.0.0.9", 0);
+    EXPECT_TRUE(ServerListConnect(&rig.server, conn.conn));
+    EXPECT_EQ("127.0.0.3@0 127.0.0.4@1 127.0.0.1@2 count 3", rig.ListText());
+    EXPECT_EQ(2, rig.server.ip_position);
+}
+
 TEST(ServerListConnect, MayRunForTwoSessionsOfOneServerAtOnce) {
     ListRig rig;
     for (const char *address : {"127.0.0.2", "127.0.0.3", "127.0.0.4", "127.0.0.5", "127.0.0.1"}) {
