@@ -2,14 +2,12 @@
 // tables of environment, statement and pool.
 #include "client/attributes.h"
 
+#include "client/handles.h"
 #include "client/metadata.h"
 #include "diag/error.h"
 #include "platform/text.h"
 #include "records/statement.h"
 #include "tavu/tvci.h"
-
-// A handle type that is known and has no record.
-constexpr int32_t HTYPE_EMPTY = 8;
 
 enum EnvAttribute { ENV_VERSION = 1, ENV_USE_POOL = 2 };
 enum PoolAttribute { POOL_MIN_CONN = 5, POOL_MAX_CONN = 6, POOL_TIMEOUT = 7 };
@@ -145,6 +143,6 @@ int32_t TVCIAttrGet(void *handle, int32_t attribute, void *value, int32_t length
 int32_t TVCIGetResultAttr(void *handle, int32_t handle_type, void *value, int32_t *length,
                           int32_t attribute) {
     if (handle == NULL || value == NULL) return -3;
-    if (handle_type < 0 || *(const uint32_t *)handle != (uint32_t)handle_type) return -2;
+    if (*(const uint32_t *)handle != (uint32_t)handle_type) return -2;
     return AttrGet(handle, attribute, value, length);
 }

@@ -15,9 +15,6 @@
 #include "wire/pool.h"
 #include "wire/server_list.h"
 
-// A handle type that is known and has no record.
-constexpr int32_t HTYPE_EMPTY = 8;
-
 // The most that the error of a session or a statement hands out.
 constexpr uint32_t ERROR_COPY_BYTES = 512;
 
@@ -38,13 +35,6 @@ static TVCISession *SessionOfLink(ListLink *link) {
 
 static TVCIStmt *StmtOfLink(ListLink *link) {
     return (TVCIStmt *)((char *)link - offsetof(TVCIStmt, link));
-}
-
-// Tells the holder of a handle that it is gone.
-static void ForgetOwner(void **owner_slot) {
-    if (owner_slot != NULL) {
-        *owner_slot = dead_handle;
-    }
 }
 
 static TVCIEnv *EnvCreate(void) {
@@ -234,8 +224,8 @@ int32_t TVCIHandleFree(void *handle) {
         case TVCI_HTYPE_SESSION: SessionFree((TVCISession *)handle); return 0;
         case TVCI_HTYPE_STMT: return StmtRelease((TVCIStmt *)handle, 4);
         case TVCI_HTYPE_POOL:
-        case 6:
-        case 7:
+        case HTYPE_UNMADE_FIRST:
+        case HTYPE_UNMADE_LAST:
         case HTYPE_EMPTY:
         case TVCI_HTYPE_COLUMN: return 0;
         default: return -2;
@@ -248,25 +238,18 @@ int32_t TVCIStmtClose(TVCIStmt *stmt, int32_t mode) {
     return StmtRelease(stmt, mode);
 }
 
+// The errors of environments, servers and pools are handed out at any length.
 int32_t TVCIGetError(void *handle, char *code, char *message, uint32_t *length) {
     if (handle == NULL) return 0;
+    uint32_t message_max = UINT32_MAX;
     switch (*(const uint32_t *)handle) {
-        case TVCI_HTYPE_ENV:
-            ErrInfoCopy(&((TVCIEnv *)handle)->error, code, message, UINT32_MAX, length);
-            break;
-        case TVCI_HTYPE_SERVER:
-            ErrInfoCopy(&((TVCIServer *)handle)->error, code, message, UINT32_MAX, length);
-            break;
         case TVCI_HTYPE_SESSION:
-            ErrInfoCopy(&((TVCISession *)handle)->error, code, message, ERROR_COPY_BYTES, length);
-            break;
-        case TVCI_HTYPE_POOL:
-            ErrInfoCopy(&((TVCIPool *)handle)->error, code, message, UINT32_MAX, length);
-            break;
-        case TVCI_HTYPE_STMT:
-            ErrInfoCopy(&((TVCIStmt *)handle)->err, code, message, ERROR_COPY_BYTES, length);
-            break;
+        case TVCI_HTYPE_STMT: message_max = ERROR_COPY_BYTES; break;
         default: break;
+    }
+    ErrInfo *const *slot = ErrInfoSlot(handle);
+    if (slot != NULL) {
+        ErrInfoCopy(slot, code, message, message_max, length);
     }
     return 0;
 }

@@ -120,7 +120,7 @@ static void StoreLength(int32_t *length, int32_t bytes) {
 
 // Writes no more than the text and its terminator; a longer text than the room is cut.
 static int32_t PutText(const char *text, void *value, int32_t *length) {
-    size_t bytes = text == NULL ? 0 : strlen(text);
+    size_t bytes = strlen(text);
     if (bytes > (size_t)COLUMN_TEXT_BYTES - 1) {
         bytes = (size_t)COLUMN_TEXT_BYTES - 1;
     }

@@ -10,6 +10,7 @@
 #include "platform/text.h"
 #include "records/handles.h"
 #include "records/statement.h"
+#include "tavu/tvci.h"
 
 // The platform and the version that the client's own messages name.
 static const char *const PLATFORM_NAME = "Win_x64";
@@ -36,18 +37,6 @@ static void FreeChain(ErrInfo *err) {
         MemFree(err->message);
         MemFree(err);
         err = retired;
-    }
-}
-
-// The error field of a handle, by its type word; NULL for a handle that has none.
-static ErrInfo **HandleSlot(void *handle) {
-    switch (*(const uint32_t *)handle) {
-        case 1: return &((TVCIEnv *)handle)->error;
-        case 2: return &((TVCIServer *)handle)->error;
-        case 3: return &((TVCISession *)handle)->error;
-        case 4: return &((TVCIPool *)handle)->error;
-        case 5: return &((TVCIStmt *)handle)->err;
-        default: return NULL;
     }
 }
 
@@ -81,18 +70,28 @@ int32_t ErrInfoSet(ErrInfo *err, const char *code, const char *detail) {
     return result;
 }
 
+ErrInfo **ErrInfoSlot(void *handle) {
+    switch (*(const uint32_t *)handle) {
+        case TVCI_HTYPE_ENV: return &((TVCIEnv *)handle)->error;
+        case TVCI_HTYPE_SERVER: return &((TVCIServer *)handle)->error;
+        case TVCI_HTYPE_SESSION: return &((TVCISession *)handle)->error;
+        case TVCI_HTYPE_POOL: return &((TVCIPool *)handle)->error;
+        case TVCI_HTYPE_STMT: return &((TVCIStmt *)handle)->err;
+        default: return NULL;
+    }
+}
+
 void ErrInfoAttach(void *handle, ErrInfo *err) {
     if (err == NULL) return;
-    MutexLock(&error_lock);
-    ErrInfo **slot = HandleSlot(handle);
-    if (slot != NULL) {
-        *ChainEnd(&err->retired) = *slot;
-        *slot = err;
-    }
-    MutexUnlock(&error_lock);
+    ErrInfo **slot = ErrInfoSlot(handle);
     if (slot == NULL) {
         FreeChain(err);
+        return;
     }
+    MutexLock(&error_lock);
+    err->retired = *slot;
+    *slot = err;
+    MutexUnlock(&error_lock);
 }
 
 void ErrInfoRaise(void *handle, const char *code, const char *detail_format, ...) {
@@ -164,8 +163,8 @@ bool ErrInfoCode(ErrInfo *const *slot, char code[7]) {
 }
 
 void ErrInfoRaiseCopy(void *handle, ErrInfo *const *slot) {
-    const char *code = "E19884";
-    const char *message = "can't connect to server";
+    const char *code = CANNOT_CONNECT_CODE;
+    const char *message = CANNOT_CONNECT_TEXT;
     MutexLock(&error_lock);
     if (*slot != NULL) {
         code = (*slot)->code;

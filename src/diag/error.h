@@ -13,6 +13,10 @@
 constexpr size_t ERROR_DETAIL_BYTES = 128;   // room in which callers build a detail text
 constexpr size_t ERROR_MESSAGE_BYTES = 256;  // room in which a client message is built
 
+// What is reported where no connection could be made and nothing better is known.
+constexpr char CANNOT_CONNECT_CODE[] = "E19884";
+constexpr char CANNOT_CONNECT_TEXT[] = "can't connect to server";
+
 // Looks up the client's text for a code such as "E32102". Returns 0 with both outputs set, or -1
 // for an unknown code. The text of family 0 is NULL.
 int32_t ErrTextLookup(const char *code, uint8_t *show_version, const char **text);
@@ -21,9 +25,12 @@ int32_t ErrTextLookup(const char *code, uint8_t *show_version, const char **text
 // -1 when the code is unknown.
 int32_t ErrInfoSet(ErrInfo *err, const char *code, const char *detail);
 
-// Makes `err` the last error of a native handle, by the handle's type word; takes ownership. The
-// record that was there stays reachable behind it and goes with the handle. For any other type word
-// `err` is freed.
+// The error field of a native handle, by its type word; NULL for a type that has none.
+ErrInfo **ErrInfoSlot(void *handle);
+
+// Makes `err` the last error of a native handle, by the handle's type word; takes ownership. `err`
+// has replaced none yet. The record that was there stays reachable behind it and goes with the
+// handle. For any other type word `err` is freed.
 void ErrInfoAttach(void *handle, ErrInfo *err);
 
 // Makes a record with ErrInfoSet and attaches it. `detail_format` is a printf format for the
@@ -48,8 +55,8 @@ bool ErrInfoPresent(ErrInfo *const *slot);
 // Copies the code of `*slot` into `code`; false and "" when there is no record.
 bool ErrInfoCode(ErrInfo *const *slot, char code[7]);
 
-// Attaches to `handle` a copy of the code and message of `*slot`, or "E19884" "can't connect to
-// server" when `*slot` holds none.
+// Attaches to `handle` a copy of the code and message of `*slot`, or CANNOT_CONNECT_CODE and its
+// text when `*slot` holds none.
 void ErrInfoRaiseCopy(void *handle, ErrInfo *const *slot);
 
 // Copies 7 bytes of code and at most `message_max` bytes of message without terminator, and sets

@@ -153,6 +153,10 @@ static void FreeBind(OCIBind *bind) {
 }
 
 void OciBindsFree(OCIStmt *stmtp) {
+    // All buffers go before any record: dropping one looks at the other binds.
+    for (int32_t i = 0; i < stmtp->bind_count; i++) {
+        DropBuffer(stmtp->binds[i]);
+    }
     for (int32_t i = 0; i < stmtp->bind_count; i++) {
         FreeBind(stmtp->binds[i]);
     }

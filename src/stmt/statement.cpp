@@ -63,9 +63,7 @@ static void ReleaseHandle(TVCIStmt *stmt) {
     MutexUnlock(&session->mutex);
     MutexDestroy(&stmt->lock);
     MemFree(stmt->cursor_name);
-    if (stmt->owner_slot != NULL) {
-        *stmt->owner_slot = dead_handle;
-    }
+    ForgetOwner(stmt->owner_slot);
     stmt->type = 0;
     MemFree(stmt);
 }

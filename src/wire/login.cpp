@@ -20,9 +20,6 @@ constexpr int32_t FURTHER_BYTES = 5;
 constexpr uint8_t VERDICT_ACCEPTED = 'K';
 constexpr uint8_t VERDICT_MORE = 'N';
 
-static const char *const CANNOT_CONNECT_CODE = "E19884";
-static const char *const CANNOT_CONNECT_TEXT = "can't connect to server";
-
 // The login text while it is put together.
 struct LoginText {
     char text[LOGIN_TEXT_BYTES];  // NUL-terminated

@@ -17,7 +17,7 @@ constexpr int32_t POOL_MAX_CONN = 1000;
 constexpr int32_t POOL_TIMEOUT = 6000;
 
 static void RaiseCannotConnect(TVCISession *session) {
-    ErrInfoRaiseText(session, "E19884", "can't connect to server");
+    ErrInfoRaiseText(session, CANNOT_CONNECT_CODE, CANNOT_CONNECT_TEXT);
 }
 
 static void DestroyConnection(Connection *conn) {
@@ -70,7 +70,8 @@ Connection *TVCIOpenConnection(TVCISession *session, const char *user, const cha
     if (ErrInfoPresent(&conn->last_error)) {
         ErrInfoRaiseCopy(session, &conn->last_error);
     } else {
-        ErrInfoRaiseText(session, "E19884", "connect failed Maybe user password errors 3\n");
+        ErrInfoRaiseText(session, CANNOT_CONNECT_CODE,
+                         "connect failed Maybe user password errors 3\n");
     }
     DestroyConnection(conn);
     return NULL;

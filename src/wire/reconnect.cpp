@@ -20,7 +20,7 @@ static const char *const EXECUTE_TIMEOUT_TEXT =
     "server cut the connection, now reconnect ok, you can resend the command again! \n";
 
 static Connection *RaiseCannotConnect(TVCISession *session) {
-    ErrInfoRaiseText(session, "E19884", "can't connect to server");
+    ErrInfoRaiseText(session, CANNOT_CONNECT_CODE, CANNOT_CONNECT_TEXT);
     return NULL;
 }
 

@@ -45,6 +45,8 @@ TEST(AttrSet, NullValueIsABadArgumentAndSaysSo) {
             ErrorOf(handle));
     }
     EXPECT_EQ(-3, TVCIAttrSet(dead_handle, 1, nullptr, 0));
+    uint32_t handle[4] = {8};
+    EXPECT_EQ(-3, TVCIAttrSet(handle, 1, nullptr, 0));
 }
 
 TEST(AttrSet, TypeEightAcceptsAnything) {
@@ -376,6 +378,17 @@ TEST(SessionAttributes, VersionOf64BytesIsAcceptedAnd65Refused) {
                   ErrorOf(tree.session));
     }
     EXPECT_EQ(std::string(64, 'v'), tree.session->attr.version);
+}
+
+TEST(SessionAttributes, VersionLengthOf65IsRefusedThoughItsTextIsShorter) {
+    Tree tree;
+    char text[65] = "302";
+    EXPECT_EQ(-1, TVCIAttrSet(tree.session, 41, text, 65));
+    EXPECT_EQ("E32210|[Win_x64]Set Session attrs-Version Error, the version is 302 ",
+              ErrorOf(tree.session));
+    EXPECT_STREQ("301", tree.session->attr.version);
+    EXPECT_EQ(0, TVCIAttrSet(tree.session, 41, text, 64));
+    EXPECT_STREQ("302", tree.session->attr.version);
 }
 
 TEST(SessionAttributes, RefusedVersionIsCutInItsMessage) {

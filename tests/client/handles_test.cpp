@@ -198,14 +198,20 @@ TEST(HandleAlloc, WrongParentIsNamedByItsType) {
         {4, tree.session,
          "E32102|[Win_x64]handle alloc error, parenthandle need env type not 3 type "},
         {4, pool, "E32102|[Win_x64]handle alloc error, parenthandle need env type not 4 type "},
+        {2, tree.session,
+         "E32102|[Win_x64]handle alloc error, parenthandle need env type not 3 type "},
         {3, tree.env,
          "E32102|[Win_x64]handle alloc error, parenthandle need Server type not 1 type "},
+        {3, tree.session,
+         "E32102|[Win_x64]handle alloc error, parenthandle need Server type not 3 type "},
         {3, tree.stmt,
          "E32102|[Win_x64]handle alloc error, parenthandle need Server type not 5 type "},
         {5, tree.env,
          "E32102|[Win_x64]handle alloc error, parenthandle need Session type not 1 type "},
         {5, tree.server,
          "E32102|[Win_x64]handle alloc error, parenthandle need Session type not 2 type "},
+        {5, tree.stmt,
+         "E32102|[Win_x64]handle alloc error, parenthandle need Session type not 5 type "},
     };
     for (const auto &item : cases) {
         void *out = &out;
@@ -438,32 +444,85 @@ TEST(HandleFree, PooledSessionGivesItsConnectionBack) {
     EXPECT_TRUE(peer.Finish()) << peer.Failure();
 }
 
-TEST(HandleFree, ServerWithSeveralIdlePoolConnectionsClosesExactlyOneOfThem) {
+// A server whose environment pools.
+struct PooledServer {
     TVCIEnv *env = nullptr;
     TVCIServer *server = nullptr;
-    uint32_t word = 1;
-    ASSERT_EQ(0, TVCIHandleAlloc(nullptr, (void **)&env, 1));
-    ASSERT_EQ(0, TVCIAttrSet(env, 2, &word, 0));
-    ASSERT_EQ(0, TVCIHandleAlloc(env, (void **)&server, 2));
-    TVCIPool *pool = server->pool;
-    ASSERT_NE(nullptr, pool);
-    pool->idle.items = (Connection **)MemAlloc(3 * sizeof(Connection *));
-    pool->idle.capacity = 3;
-    for (int32_t index = 0; index < 3; index++) {
-        pool->idle.items[index] = (Connection *)MemAlloc(sizeof(Connection));
-        ConnInit(pool->idle.items[index]);
-        pool->idle.items[index]->port = (uint16_t)(100 + index);
-        pool->idle.count++;
-        pool->idle_count++;
+    TVCIPool *pool = nullptr;
+
+    PooledServer() {
+        uint32_t word = 1;
+        EXPECT_EQ(0, TVCIHandleAlloc(nullptr, (void **)&env, 1));
+        EXPECT_EQ(0, TVCIAttrSet(env, 2, &word, 0));
+        EXPECT_EQ(0, TVCIHandleAlloc(env, (void **)&server, 2));
+        pool = server->pool;
     }
-    EXPECT_EQ(0, TVCIHandleFree(server));
-    EXPECT_EQ(4u, pool->type);
-    EXPECT_EQ(0, pool->idle_count);
-    EXPECT_EQ(0, pool->busy_count);
-    ASSERT_EQ(2, pool->idle.count);
-    EXPECT_EQ(101, pool->idle.items[0]->port);
-    EXPECT_EQ(102, pool->idle.items[1]->port);
-    EXPECT_EQ(0, TVCIHandleFree(env));
+
+    ~PooledServer() {
+        EXPECT_EQ(0, TVCIHandleFree(env));
+    }
+
+    // Fills a vector of the pool with connections that were never opened, of ports 100, 101, ...
+    static void Fill(ConnVector *vector, int32_t *counter, int32_t count) {
+        vector->items = (Connection **)MemAlloc((size_t)count * sizeof(Connection *));
+        vector->capacity = count;
+        for (int32_t index = 0; index < count; index++) {
+            vector->items[index] = (Connection *)MemAlloc(sizeof(Connection));
+            ConnInit(vector->items[index]);
+            vector->items[index]->port = (uint16_t)(100 + index);
+        }
+        vector->count = count;
+        *counter = count;
+    }
+};
+
+TEST(HandleAlloc, ServerOfAPoolingEnvironmentHasAPoolOfItsOwn) {
+    PooledServer rig;
+    ASSERT_NE(nullptr, rig.pool);
+    EXPECT_EQ(4u, rig.pool->type);
+    EXPECT_EQ(rig.env, rig.pool->env);
+    EXPECT_EQ(10, rig.pool->min_conn);
+    EXPECT_EQ(1000, rig.pool->max_conn);
+    EXPECT_EQ(6000, rig.pool->pool_timeout);
+    EXPECT_EQ(nullptr, rig.env->pool);
+    TVCIServer *second = nullptr;
+    ASSERT_EQ(0, TVCIHandleAlloc(rig.env, (void **)&second, 2));
+    EXPECT_NE(rig.pool, second->pool);
+}
+
+TEST(HandleFree, ServerWithSeveralIdlePoolConnectionsClosesExactlyOneOfThem) {
+    PooledServer rig;
+    PooledServer::Fill(&rig.pool->idle, &rig.pool->idle_count, 3);
+    EXPECT_EQ(0, TVCIHandleFree(rig.server));
+    EXPECT_EQ(4u, rig.pool->type);
+    EXPECT_EQ(0, rig.pool->idle_count);
+    EXPECT_EQ(0, rig.pool->busy_count);
+    ASSERT_EQ(2, rig.pool->idle.count);
+    EXPECT_EQ(101, rig.pool->idle.items[0]->port);
+    EXPECT_EQ(102, rig.pool->idle.items[1]->port);
+}
+
+TEST(HandleFree, ServerWithSeveralBusyPoolConnectionsClosesExactlyOneOfThem) {
+    PooledServer rig;
+    PooledServer::Fill(&rig.pool->busy, &rig.pool->busy_count, 2);
+    PooledServer::Fill(&rig.pool->idle, &rig.pool->idle_count, 1);
+    EXPECT_EQ(0, TVCIHandleFree(rig.server));
+    EXPECT_EQ(0, rig.pool->idle_count);
+    EXPECT_EQ(0, rig.pool->idle.count);
+    EXPECT_EQ(0, rig.pool->busy_count);
+    ASSERT_EQ(1, rig.pool->busy.count);
+    EXPECT_EQ(101, rig.pool->busy.items[0]->port);
+}
+
+TEST(HandleFree, ServerOfAnEnvironmentThatStoppedPoolingLeavesItsPoolAlone) {
+    PooledServer rig;
+    PooledServer::Fill(&rig.pool->idle, &rig.pool->idle_count, 2);
+    uint32_t word = 0;
+    ASSERT_EQ(0, TVCIAttrSet(rig.env, 2, &word, 0));
+    EXPECT_EQ(0, TVCIHandleFree(rig.server));
+    EXPECT_EQ(2, rig.pool->idle_count);
+    ASSERT_EQ(2, rig.pool->idle.count);
+    EXPECT_EQ(100, rig.pool->idle.items[0]->port);
 }
 
 TEST(HandleFree, ServerMadeBeforePoolingHasNoPoolToRelease) {

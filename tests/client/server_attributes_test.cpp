@@ -105,6 +105,15 @@ TEST(ServerAttributes, PortKeepsSixteenBits) {
     EXPECT_EQ(0x5555, port[1]);
 }
 
+TEST(ServerAttributes, PortIsReadFromTwoBytes) {
+    Tree tree;
+    uint16_t *port = (uint16_t *)MemAlloc(sizeof(uint16_t));
+    *port = 9000;
+    EXPECT_EQ(0, TVCIAttrSet(tree.server, 22, port, 2));
+    EXPECT_EQ(9000, tree.server->port);
+    MemFree(port);
+}
+
 TEST(ServerAttributes, PortZeroIsStoredBeforeItIsRefused) {
     Tree tree;
     EXPECT_EQ(-1, SetPort(tree.server, 0));
@@ -205,6 +214,13 @@ TEST(AddressList, BlanksAreSkippedWhereverTheyOccur) {
     Tree tree;
     EXPECT_EQ(0, SetList(tree.server, "  10. 0.0 .1 , 10.0.0.2 ;"));
     EXPECT_EQ(std::vector<std::string>({"0:10.0.0.1", "1:10.0.0.2"}), ListOf(tree.server));
+}
+
+TEST(AddressList, TabIsNoBlank) {
+    Tree tree;
+    EXPECT_EQ(-1, SetList(tree.server, "10.\t0.0.1"));
+    EXPECT_EQ("E32209|[Win_x64]Set Server attr-IPS error, the error-ip is 10.\t0.0.1 ",
+              ErrorOf(tree.server));
 }
 
 TEST(AddressList, SemicolonEndsTheList) {

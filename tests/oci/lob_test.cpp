@@ -300,7 +300,7 @@ TEST_F(Lob, WriteBeyond32BitsIsRefusedAsAFailedAllocation) {
 
 TEST_F(Lob, WriteWithoutMemoryIsMinus1) {
     uint32_t amount = 2;
-    for (uint8_t piece : {OCI_ONE_PIECE, OCI_FIRST_PIECE}) {
+    for (uint8_t piece = OCI_ONE_PIECE; piece <= OCI_FIRST_PIECE; piece++) {
         MemFailAt(1);
         EXPECT_EQ(-1, Write("ab", &amount, 1, piece));
         EXPECT_TRUE(MemFailed());

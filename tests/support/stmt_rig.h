@@ -102,25 +102,25 @@ struct StmtRig : CallRig {
         return OCIStmtFetch(stmt, err, nrows, OCI_FETCH_NEXT, 0);
     }
 
-    int32_t Define(OCIStmt *stmt, uint32_t position, void *values, int32_t value_sz, uint16_t dty,
+    int32_t Define(OCIStmt *stmt, uint32_t position, void *values, int32_t value_sz, int dty,
                    void *indp = nullptr, uint32_t *rlenp = nullptr, int32_t *rcodep = nullptr,
                    uint32_t mode = OCI_DEFAULT) {
         OCIDefine *define = nullptr;
-        return OCIDefineByPos(stmt, &define, err, position, values, value_sz, dty, indp, rlenp,
-                              rcodep, mode);
+        return OCIDefineByPos(stmt, &define, err, position, values, value_sz, (uint16_t)dty, indp,
+                              rlenp, rcodep, mode);
     }
 
-    int32_t Bind(OCIStmt *stmt, uint32_t position, void *values, int32_t value_sz, uint16_t dty,
+    int32_t Bind(OCIStmt *stmt, uint32_t position, void *values, int32_t value_sz, int dty,
                  void *indp = nullptr, uint32_t mode = OCI_DEFAULT) {
         OCIBind *bind = nullptr;
-        return OCIBindByPos(stmt, &bind, err, position, values, value_sz, dty, indp, nullptr,
-                            nullptr, 0, nullptr, mode);
+        return OCIBindByPos(stmt, &bind, err, position, values, value_sz, (uint16_t)dty, indp,
+                            nullptr, nullptr, 0, nullptr, mode);
     }
 
-    int32_t BindName(OCIStmt *stmt, const char *name, void *values, int32_t value_sz, uint16_t dty,
+    int32_t BindName(OCIStmt *stmt, const char *name, void *values, int32_t value_sz, int dty,
                      void *indp = nullptr) {
         OCIBind *bind = nullptr;
-        return OCIBindByName(stmt, &bind, err, Text(name), -1, values, value_sz, dty, indp, nullptr,
-                             nullptr, 0, nullptr, OCI_DEFAULT);
+        return OCIBindByName(stmt, &bind, err, Text(name), -1, values, value_sz, (uint16_t)dty,
+                             indp, nullptr, nullptr, 0, nullptr, OCI_DEFAULT);
     }
 };

@@ -321,9 +321,7 @@ struct PoolRig {
         for (TVCISession &session : sessions) {
             TearDownSession(&session);
         }
-        while (pool.idle.count > 0 || pool.busy.count > 0) {
-            PoolReleaseRound();
-        }
+        CloseWhatIsLeft();
         if (!released) {
             PoolRelease(&pool);
         }
@@ -359,8 +357,8 @@ struct PoolRig {
         released = true;
     }
 
-    // Closes what a release left in the vectors.
-    void PoolReleaseRound() {
+    // Closes what the vectors still hold.
+    void CloseWhatIsLeft() {
         for (ConnVector *vector : {&pool.idle, &pool.busy}) {
             while (vector->count > 0) {
                 vector->count--;
