@@ -48,6 +48,7 @@ check:
 	scripts/format --check
 	scripts/check_layers
 	scripts/check_readme
+	scripts/check_waits
 	scripts/check_exports cmake/exports.txt build/linux-release/libTavuOCI.so
 	scripts/check_exports cmake/exports.txt build/windows-release/TavuOCI.dll
 

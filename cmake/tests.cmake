@@ -58,10 +58,14 @@ endfunction()
 
 foreach(area platform diag wire client values stmt bulk oci fault)
     tavu_test_executable(${area} tavu_seams)
-    if(TARGET test_${area})
+    if(TARGET test_${area} AND NOT area STREQUAL fault)
         tavu_add_test(${area} test_${area} --gtest_brief=1)
     endif()
 endforeach()
+
+if(TARGET test_fault)
+    tavu_add_test(fault ${run_with_server} ${run_program} $<TARGET_FILE:test_fault> --gtest_brief=1)
+endif()
 
 tavu_test_executable(api TavuOCI)
 if(TARGET test_api)

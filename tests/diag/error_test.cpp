@@ -146,6 +146,9 @@ TEST(ErrInfoFromServer, ShorterCodeLeavesNothingOfTheLongerOne) {
     ErrInfoFromServer(&rig.slot, "[E12345]first");
     ErrInfoFromServer(&rig.slot, "[E1234]second");
     EXPECT_EQ(0, memcmp(rig.slot->code, "E1234\0\0", 7));
+    ErrInfoFromServer(&rig.slot, "[E12345]third");
+    ErrInfoFromServer(&rig.slot, "no");
+    EXPECT_EQ(0, memcmp(rig.slot->code, "o\0\0\0\0\0\0", 7));
 }
 
 TEST(ErrInfoFromServer, TextUnderSevenCharactersGivesTheCodeThatIsThere) {
@@ -274,6 +277,13 @@ TEST(ErrInfoAttach, EachHandleTypeHasItsField) {
     ExpectAttached(3, &TVCISession::error);
     ExpectAttached(4, &TVCIPool::error);
     ExpectAttached(5, &TVCIStmt::err);
+}
+
+TEST(ErrInfoSlot, TypesWithoutAnErrorHaveNone) {
+    for (uint32_t type : {0u, 6u, 7u, 8u, 9u, 10u, 11u, 0xFFFFFFFFu}) {
+        uint32_t handle[4] = {type};
+        EXPECT_EQ(nullptr, ErrInfoSlot(handle)) << type;
+    }
 }
 
 TEST(ErrInfoAttach, OtherTypesAreIgnored) {
