@@ -21,7 +21,7 @@ void ParamsRelease(OCIStmt *stmtp) {
     for (OCIParam *param = newest->older; param != NULL;) {
         OCIParam *older = param->older;
         param->stmt = NULL;
-        EnvKeepParam(stmtp->link.env, param);
+        EnvKeepParam(RecordEnv(&stmtp->link), param);
         param = older;
     }
     MemFree(newest);

@@ -18,7 +18,7 @@ int32_t ErrorFail(OCIError *errhp, const char *text, int32_t code) {
 }
 
 static void SetSource(OCIError *errhp, uint32_t source, RecordLink *target) {
-    NameSet(&errhp->source_name, target, &errhp->source_handle);
+    NameSet(&errhp->source_handle, target);
     errhp->source = source;
 }
 
@@ -55,7 +55,7 @@ void NativeErrorText(void *native, char message[ERROR_TEXT_BYTES]) {
 
 // The native handle of the session or statement that the error handle names, by its own type.
 static void *SourceNative(const OCIError *errhp) {
-    const void *record = NameRecord(&errhp->source_name);
+    const void *record = NameRecord(&errhp->source_handle);
     if (record == NULL) return NULL;
     if (*(const uint32_t *)record == OCI_HTYPE_SESSION) {
         return ((const OCISession *)record)->native_session;

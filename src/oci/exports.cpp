@@ -1,10 +1,6 @@
-// The exported functions: each hands its arguments on to the function of the same role.
-//
-// The library is compiled with hidden symbols, so what the public header declares is made visible
-// here, where it is defined.
-#pragma GCC visibility push(default)
+// The exported functions: each hands its arguments on to the function of the same role. The
+// library hides all symbols but those of this file.
 #include "tavu/oci.h"
-#pragma GCC visibility pop
 
 #include "oci/date.h"
 #include "oci/handles.h"

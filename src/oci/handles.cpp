@@ -61,6 +61,7 @@ int32_t OciEnvCreate(OCIEnv **envhpp, uint32_t mode, void *ctxp, OCIMallocFunc m
         return result;
     }
     env->native_env->owner_slot = (void **)&env->native_env;
+    RecordAttach(NULL, &env->link, env);
     return result;
 }
 
@@ -70,7 +71,7 @@ static int32_t StmtStep(OCIEnv *env, OCIStmt *stmtp) {
         TVCIHandleAlloc(EnvSessionParent(env), (void **)&stmtp->native_stmt, TVCI_HTYPE_STMT);
     if (result != 0) return result;
     stmtp->native_stmt->owner_slot = (void **)&stmtp->native_stmt;
-    EnvSetStmt(env, stmtp);
+    EnvNameStmt(env, stmtp);
     return OCI_SUCCESS;
 }
 
@@ -96,7 +97,8 @@ static int32_t SessionStep(OCIEnv *env, OCISession *session) {
     TVCIAttrSet(session->native_session, 33, &charset, 0);
     TVCIAttrSet(session->native_session, 38, &off, 0);
     TVCIAttrSet(session->native_session, 46, &on, 0);
-    EnvSetSession(env, session);
+    env->session = session;
+    NameSet(&env->session_name, &session->link);
     DrainPendingStmts(env);
     return OCI_SUCCESS;
 }
@@ -132,29 +134,29 @@ static void PendingRemove(Record **array, int32_t *count, const Record *record) 
     *count = kept;
 }
 
-static void *NewRecord(uint32_t type) {
-    size_t bytes = 0;
+// Bytes of the record of a handle type; 0 for a type that no handle is made of.
+static size_t RecordBytes(uint32_t type) {
     switch (type) {
-        case OCI_HTYPE_SERVER: bytes = sizeof(OCIServer); break;
-        case OCI_HTYPE_SESSION: bytes = sizeof(OCISession); break;
-        case OCI_HTYPE_STMT: bytes = sizeof(OCIStmt); break;
-        case OCI_HTYPE_ERROR: bytes = sizeof(OCIError); break;
-        case OCI_HTYPE_SVCCTX: bytes = sizeof(OCISvcCtx); break;
+        case OCI_HTYPE_SERVER: return sizeof(OCIServer);
+        case OCI_HTYPE_SESSION: return sizeof(OCISession);
+        case OCI_HTYPE_STMT: return sizeof(OCIStmt);
+        case OCI_HTYPE_ERROR: return sizeof(OCIError);
+        case OCI_HTYPE_SVCCTX: return sizeof(OCISvcCtx);
+        default: return 0;
     }
-    uint32_t *record = (uint32_t *)MemAlloc(bytes);
-    if (record != NULL) {
-        *record = type;
-    }
-    return record;
+}
+
+static int32_t ErrorInit(OCIEnv *env, OCIError *errhp) {
+    RecordAttach(env, &errhp->link, errhp);
+    return OCI_SUCCESS;
 }
 
 static int32_t SvcCtxInit(OCIEnv *env, OCISvcCtx *svchp) {
     RecordAttach(env, &svchp->link, svchp);
-    svchp->env = env;
     TextCopy(svchp->ip, sizeof(svchp->ip), "127.0.0.1");
     svchp->port = 5138;
     svchp->charset = 1;
-    EnvSetSvcCtx(env, svchp);
+    NameSet(&env->svcctx, &svchp->link);
     return OCI_SUCCESS;
 }
 
@@ -171,7 +173,8 @@ static int32_t ServerInit(OCIEnv *env, OCIServer *server, void *memory, void **u
     }
     server->native_server->owner_slot = (void **)&server->native_server;
     RecordAttach(env, &server->link, server);
-    EnvSetServer(env, server);
+    env->server = server;
+    NameSet(&env->server_name, &server->link);
     DrainPendingSessions(env);
     return OCI_SUCCESS;
 }
@@ -216,11 +219,6 @@ static int32_t StmtInit(OCIEnv *env, OCIStmt *stmtp, void *memory, void **hndlpp
     return InitFailed(&stmtp->link, hndlpp, result);
 }
 
-static bool IsAllocType(uint32_t type) {
-    return type == OCI_HTYPE_SERVER || type == OCI_HTYPE_SESSION || type == OCI_HTYPE_STMT ||
-           type == OCI_HTYPE_ERROR || type == OCI_HTYPE_SVCCTX;
-}
-
 int32_t OciHandleAlloc(const void *parenth, void **hndlpp, uint32_t type, size_t xtramem_sz,
                        void **usrmempp) {
     if (parenth == NULL || hndlpp == NULL || type == OCI_HTYPE_ENV ||
@@ -234,8 +232,9 @@ int32_t OciHandleAlloc(const void *parenth, void **hndlpp, uint32_t type, size_t
         *usrmempp = memory;
         if (memory == NULL) return OCI_ERROR;
     }
-    if (!IsAllocType(type)) return OCI_ERROR;
-    void *record = NewRecord(type);
+    size_t bytes = RecordBytes(type);
+    if (bytes == 0) return OCI_ERROR;
+    void *record = MemAlloc(bytes);
     *hndlpp = record;
     if (record == NULL) {
         UserMemRemove(env, memory);
@@ -244,17 +243,18 @@ int32_t OciHandleAlloc(const void *parenth, void **hndlpp, uint32_t type, size_t
         }
         return OCI_ERROR;
     }
+    *(uint32_t *)record = type;
     switch (type) {
         case OCI_HTYPE_SVCCTX: return SvcCtxInit(env, (OCISvcCtx *)record);
         case OCI_HTYPE_SERVER: return ServerInit(env, (OCIServer *)record, memory, usrmempp);
         case OCI_HTYPE_SESSION: return SessionInit(env, (OCISession *)record, memory, hndlpp);
         case OCI_HTYPE_STMT: return StmtInit(env, (OCIStmt *)record, memory, hndlpp);
-        default: RecordAttach(env, &((OCIError *)record)->link, record); return OCI_SUCCESS;
+        default: return ErrorInit(env, (OCIError *)record);
     }
 }
 
 static int32_t ErrorFree(OCIError *errhp) {
-    NameClear(&errhp->source_name);
+    NameClear(&errhp->source_handle);
     RecordDetach(&errhp->link);
     MemFree(errhp);
     return OCI_SUCCESS;
@@ -263,7 +263,7 @@ static int32_t ErrorFree(OCIError *errhp) {
 static int32_t SvcCtxFree(OCISvcCtx *svchp) {
     NameClear(&svchp->server_name);
     NameClear(&svchp->session_name);
-    NameClear(&svchp->stmt_name);
+    NameClear(&svchp->stmt);
     RecordDetach(&svchp->link);
     MemFree(svchp);
     return OCI_SUCCESS;
@@ -278,7 +278,7 @@ static int32_t ServerFree(OCIServer *server) {
 
 static int32_t SessionFree(OCISession *session) {
     int32_t result = TVCIHandleFree(session->native_session);
-    OCIEnv *env = session->link.env;
+    OCIEnv *env = RecordEnv(&session->link);
     if (env != NULL && session->native_session == NULL) {
         PendingRemove(env->pending_sessions, &env->pending_session_count, session);
     }
@@ -293,7 +293,7 @@ static int32_t StmtFree(OCIStmt *stmtp) {
     OciDefinesFree(stmtp);
     OciBindsFree(stmtp);
     ParamsRelease(stmtp);
-    OCIEnv *env = stmtp->link.env;
+    OCIEnv *env = RecordEnv(&stmtp->link);
     if (env != NULL && stmtp->native_stmt == NULL) {
         PendingRemove(env->pending_stmts, &env->pending_stmt_count, stmtp);
     }
@@ -302,7 +302,7 @@ static int32_t StmtFree(OCIStmt *stmtp) {
     return result;
 }
 
-// Lets the environment's records live on without it.
+// The records made from the environment live on without it.
 static int32_t EnvFree(OCIEnv *env) {
     int32_t result = TVCIHandleFree(env->native_env);
     UserMemReleaseAll(env);
@@ -316,7 +316,10 @@ static int32_t EnvFree(OCIEnv *env) {
         env->older_params = param->older;
         MemFree(param);
     }
-    RecordsForgetEnv(env);
+    NameClear(&env->svcctx);
+    NameClear(&env->server_name);
+    NameClear(&env->session_name);
+    RecordDetach(&env->link);
     MemFree(env->pending_sessions);
     MemFree(env->pending_stmts);
     MemFree(env);

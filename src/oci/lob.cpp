@@ -136,7 +136,7 @@ static LostBlock *StagingBlock(const OCILobLocator *locp) {
 void LobStagingLose(OCILobLocator *locp) {
     if (!locp->staging) return;
     LostBlock *block = StagingBlock(locp);
-    OCIEnv *env = locp->link.env;
+    OCIEnv *env = RecordEnv(&locp->link);
     if (env != NULL) {
         block->next = env->lost_blocks;
         env->lost_blocks = block;
@@ -148,8 +148,9 @@ void LobStagingLose(OCILobLocator *locp) {
 }
 
 static void MarkDirty(OCISvcCtx *svchp) {
-    if (svchp->stmt != NULL) {
-        svchp->stmt->lob_dirty = 1;
+    OCIStmt *stmt = (OCIStmt *)NameRecord(&svchp->stmt);
+    if (stmt != NULL) {
+        stmt->lob_dirty = 1;
     }
 }
 

@@ -29,20 +29,19 @@ struct UserMemNode {
     UserMemNode *next;
 };
 
-// The part that every record but the environment's ends with.
-struct RecordLink {
-    ListLink link;   // among all records of the process
-    ListLink names;  // of RecordName.link: all that name this record
-    void *record;    // the record that this belongs to
-    OCIEnv *env;     // borrowed; NULL once the environment is gone
-};
-
 // One record naming another, which may be freed first. Zeroed when made.
 struct RecordName {
-    ListLink link;                     // in RecordLink.names of `target`
-    std::atomic<RecordLink *> target;  // borrowed; NULL: nothing is named, or it was freed
-    void *pointer;                     // the address of a pointer to clear with `target`, or NULL
+    ListLink link;               // in RecordLink.names of the record that is named
+    std::atomic<void *> record;  // borrowed; NULL: nothing is named, or it was freed
     OCIStmt *stmt;  // of a bind or define that names a locator: its statement; else NULL
+};
+
+// The part that every record of a handle or locator ends with.
+struct RecordLink {
+    ListLink link;    // among all records of the process
+    ListLink names;   // of RecordName.link: all that name this record
+    void *record;     // the record that this belongs to
+    RecordName env;   // the environment that it was made from; none for an environment
 };
 
 // A block that its owner lost sight of; kept for the life of the record that lists it.
@@ -53,9 +52,8 @@ struct LostBlock {
 struct OCIEnv {
     uint32_t type;  // OCI_HTYPE_ENV
     TVCIEnv *native_env;
-    OCISvcCtx *svcctx;    // the newest; NULL when none was made or it was freed
-    OCIServer *server;    // the newest, freed or not (see server_freed)
-    OCISession *session;  // the newest with a native handle, freed or not (see session_freed)
+    OCIServer *server;    // the newest, freed or not: see server_name
+    OCISession *session;  // the newest with a native handle, freed or not: see session_name
     OCIMallocFunc malocfp;
     OCIReallocFunc ralocfp;  // never called
     OCIFreeFunc mfreefp;
@@ -68,15 +66,16 @@ struct OCIEnv {
     int32_t pending_stmt_count;
     LostBlock *lost_blocks;  // owned; staging buffers of large value writes that never ended
     OCIParam *older_params;  // owned; descriptors that outlived their statement
-    uint8_t server_freed;    // `server` names a freed record
-    uint8_t session_freed;   // `session` names a freed record
+    RecordName svcctx;       // the newest service context
+    RecordName server_name;   // of `server`
+    RecordName session_name;  // of `session`
+    RecordLink link;
 };
 
 struct OCIError {
-    uint32_t type;           // OCI_HTYPE_ERROR
-    uint32_t source;         // ErrorSource
-    void *source_handle;     // borrowed; an OCISession or OCIStmt; NULL once that is freed
-    RecordName source_name;  // of `source_handle`
+    uint32_t type;             // OCI_HTYPE_ERROR
+    uint32_t source;           // ErrorSource
+    RecordName source_handle;  // an OCISession or OCIStmt
     char message[ERROR_TEXT_BYTES];
     RecordLink link;
 };
@@ -99,16 +98,14 @@ struct OCISession {
 
 struct OCISvcCtx {
     uint32_t type;        // OCI_HTYPE_SVCCTX
-    OCIEnv *env;          // borrowed; NULL once it is freed
     OCIServer *server;    // as the application set it; handed back unread
     OCISession *session;  // as the application set it; handed back unread
-    OCIStmt *stmt;        // the statement that last received a native handle; NULL once freed
+    RecordName stmt;      // the statement that last received a native handle
     char ip[16];
     uint32_t port;
     uint32_t charset;
     RecordName server_name;   // no target unless `server` is a live OCIServer
     RecordName session_name;  // no target unless `session` is a live OCISession
-    RecordName stmt_name;     // of `stmt`
     RecordLink link;
 };
 

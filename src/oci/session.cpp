@@ -78,22 +78,13 @@ int32_t OciAttrSet(void *trgthndlp, uint32_t trghndltyp, void *attributep, uint3
     }
 }
 
-// User and password as the record holds them: a user name that fills its field reads on into the
-// password, and neither reads past the password.
-struct Credentials {
-    char user[2 * CONTEXT_TEXT_BYTES + 1];
-    char password[CONTEXT_TEXT_BYTES + 1];
-};
-
-static void CredentialsRead(const OCISession *session, Credentials *credentials) {
-    std::memset(credentials, 0, sizeof(*credentials));
-    size_t password_bytes = strnlen(session->password, CONTEXT_TEXT_BYTES);
-    std::memcpy(credentials->password, session->password, password_bytes);
-    size_t user_bytes = strnlen(session->user, CONTEXT_TEXT_BYTES);
-    std::memcpy(credentials->user, session->user, user_bytes);
-    if (user_bytes == CONTEXT_TEXT_BYTES) {
-        std::memcpy(credentials->user + user_bytes, session->password, password_bytes);
-    }
+// Reads a field that may have no terminator of its own. The native session keeps less of a text
+// than the field holds, so what stands behind the field never counts.
+static void ContextTextGet(const char field[CONTEXT_TEXT_BYTES],
+                           char text[CONTEXT_TEXT_BYTES + 1]) {
+    size_t bytes = strnlen(field, CONTEXT_TEXT_BYTES);
+    std::memcpy(text, field, bytes);
+    text[bytes] = '\0';
 }
 
 int32_t OciSessionBegin(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, uint32_t credt,
@@ -105,10 +96,13 @@ int32_t OciSessionBegin(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, ui
     if (usrhp == NULL) return ErrorFail(errhp, "Parameter usrhp is NULL.", OCI_INVALID_HANDLE);
     ErrorFromSession(errhp, usrhp);
     const uint32_t version = 1;
-    TVCIAttrSet(svchp->env != NULL ? svchp->env->native_env : NULL, ATTR_ENV_VERSION, &version, 1);
-    Credentials credentials;
-    CredentialsRead(usrhp, &credentials);
-    int32_t result = TVCIConnect(usrhp->native_session, credentials.user, credentials.password);
+    const OCIEnv *env = RecordEnv(&svchp->link);
+    TVCIAttrSet(env != NULL ? env->native_env : NULL, ATTR_ENV_VERSION, &version, 1);
+    char user[CONTEXT_TEXT_BYTES + 1];
+    char password[CONTEXT_TEXT_BYTES + 1];
+    ContextTextGet(usrhp->user, user);
+    ContextTextGet(usrhp->password, password);
+    int32_t result = TVCIConnect(usrhp->native_session, user, password);
     if (result != 0) {
         char message[ERROR_TEXT_BYTES] = {};
         NativeErrorText(usrhp->native_session, message);

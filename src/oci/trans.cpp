@@ -3,6 +3,7 @@
 
 #include "oci/handles.h"
 #include "oci/lob_writeback.h"
+#include "oci/record_links.h"
 
 // The opening of every call: checks, and from where an error will be read.
 static int32_t TransOpen(OCISvcCtx *svchp, OCIError *errhp) {
@@ -24,8 +25,9 @@ int32_t OciTransCommit(OCISvcCtx *svchp, OCIError *errhp, uint32_t flags) {
     int32_t result = TransOpen(svchp, errhp);
     if (result != 0) return result;
     // A write-back that fails does not stop the commit.
-    if (svchp->stmt != NULL) {
-        LobWriteBack(svchp->stmt);
+    OCIStmt *stmt = (OCIStmt *)NameRecord(&svchp->stmt);
+    if (stmt != NULL) {
+        LobWriteBack(stmt);
     }
     return TVCICommit(SvcNativeSession(svchp));
 }

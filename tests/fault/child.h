@@ -22,7 +22,8 @@ struct Outcome {
     int32_t wait_point;     // of ENDED_WAITING
     const char *last_call;  // the last one that returned
     int32_t last_code;
-    bool all_good;    // every call returned what it does when nothing fails
+    const char *first_bad_call;  // that did not return what it does when nothing fails, or NULL
+    int32_t first_bad_code;
     bool reached;     // the failure that the test has asked for has happened
     int64_t blocks;   // of memory that were not released
     int64_t threads;  // that are still there

@@ -18,7 +18,7 @@
 
 constexpr int DEADLINE_MS = 60000;
 // How long the server may be silent before it is asked whether it has anything to say.
-constexpr int SILENCE_MS = 500;
+constexpr int SILENCE_MS = 100;
 constexpr int SERVER_DEADLINE_MS = 20000;
 // For a semaphore that was released at the very moment at which the wait for it began.
 constexpr int GRACE_MS = 1000;
@@ -28,6 +28,7 @@ static Outcome *child_outcome;
 static int64_t blocks_at_start;
 static int64_t threads_at_start;
 static bool waits_alone;
+static const std::function<bool()> *failure_reached;
 
 static int64_t ThreadCount() {
     DIR *tasks = opendir("/proc/self/task");
@@ -45,6 +46,7 @@ static bool OthersRun() {
 
 void EndChild(Ending ending) {
     child_outcome->ending = ending;
+    child_outcome->reached = failure_reached != nullptr && (*failure_reached)();
     _exit(0);
 }
 
@@ -170,16 +172,18 @@ Outcome RunInChild(const std::function<void(Outcome *)> &run) {
 
 static void Converse(Outcome *outcome, Manner manner, const std::function<void()> &before,
                      const std::function<bool()> &reached) {
-    outcome->all_good = true;
     Conversation conversation(ServerLink(), manner, [outcome](const char *call, int32_t code) {
         NoteCall(outcome, call, code);
         const bool good =
             code == OCI_SUCCESS || (code == OCI_NO_DATA && strcmp(call, "OCIStmtFetch") == 0);
-        outcome->all_good = outcome->all_good && good;
+        if (!good && outcome->first_bad_call == nullptr) {
+            outcome->first_bad_call = call;
+            outcome->first_bad_code = code;
+        }
     });
+    failure_reached = &reached;
     before();
     conversation.Run();
-    outcome->reached = reached();
     outcome->rows = conversation.many_rows_read();
     snprintf(outcome->problem, sizeof outcome->problem, "%s", conversation.Problem().c_str());
 }
@@ -193,7 +197,7 @@ Outcome ConverseInChild(Manner manner, const std::function<void()> &before,
     Outcome outcome = {};
     for (int tries = 0; tries < 3; tries++) {
         outcome = RunInChild([&](Outcome *shared) { Converse(shared, manner, before, reached); });
-        if (outcome.ending != ENDED_FINISHED || !outcome.all_good) {
+        if (outcome.ending != ENDED_FINISHED || outcome.first_bad_call != nullptr) {
             // What the child has left in the database is not to be in the way of the next one.
             MakeTables();
         }
@@ -217,6 +221,10 @@ std::string Tell(const Outcome &outcome) {
     }
     text +=
         std::string(", behind ") + outcome.last_call + " = " + std::to_string(outcome.last_code);
+    if (outcome.first_bad_call != nullptr) {
+        text += std::string(", first of all ") + outcome.first_bad_call + " = " +
+                std::to_string(outcome.first_bad_code);
+    }
     if (outcome.ending == ENDED_FINISHED) {
         text += ", " + std::to_string(outcome.blocks) + " blocks and " +
                 std::to_string(outcome.threads) + " threads left, " + std::to_string(outcome.rows) +
@@ -239,8 +247,8 @@ bool IsPromised(const Outcome &outcome) {
     switch (outcome.ending) {
         case ENDED_FINISHED:
             return outcome.blocks == 0 && outcome.threads == 0 && outcome.problem[0] == '\0';
-        case ENDED_WAITING: return IsStatedWait(outcome.wait_point);
-        case ENDED_UNANSWERED: return true;
+        case ENDED_WAITING: return outcome.reached && IsStatedWait(outcome.wait_point);
+        case ENDED_UNANSWERED: return outcome.reached;
         default: return false;
     }
 }

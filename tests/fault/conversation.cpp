@@ -155,21 +155,23 @@ void Conversation::InsertRows() {
 
 void Conversation::BindRow(OCIStmt *stmt) {
     BoundRows rows;
+    int32_t binds = 0;
     OCIBind *bind = nullptr;
-    Good("OCIBindByName",
-         OCIBindByName(stmt, &bind, err_, Text(":ID"), -1, rows.id, sizeof(int32_t), DTY_INT,
-                       nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT));
+    binds += Good("OCIBindByName",
+                  OCIBindByName(stmt, &bind, err_, Text(":ID"), -1, rows.id, sizeof(int32_t),
+                                DTY_INT, nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT));
     if (!MayGoOn()) return;
     bind = nullptr;
-    Good("OCIBindByName",
-         OCIBindByName(stmt, &bind, err_, Text(":WORDS"), -1, rows.words, WORDS_BYTES, DTY_STR,
-                       nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT));
+    binds += Good("OCIBindByName",
+                  OCIBindByName(stmt, &bind, err_, Text(":WORDS"), -1, rows.words, WORDS_BYTES,
+                                DTY_STR, nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT));
     if (!MayGoOn()) return;
     bind = nullptr;
-    Good("OCIBindByPos",
-         OCIBindByPos(stmt, &bind, err_, 3, rows.real8, sizeof(double), DTY_DOUBLE,
-                      rows.real8_indicators, nullptr, nullptr, 0, nullptr, OCI_DEFAULT));
-    if (!MayGoOn()) return;
+    binds += Good("OCIBindByPos",
+                  OCIBindByPos(stmt, &bind, err_, 3, rows.real8, sizeof(double), DTY_DOUBLE,
+                               rows.real8_indicators, nullptr, nullptr, 0, nullptr, OCI_DEFAULT));
+    // Never with a parameter that was not bound: the server would wait for the rest of the frame.
+    if (!MayGoOn() || binds != 3) return;
     Good("OCIStmtExecute", OCIStmtExecute(svc_, stmt, err_, 3, 0, nullptr, nullptr, OCI_DEFAULT));
 }
 
@@ -177,8 +179,9 @@ void Conversation::Define(OCIStmt *stmt, uint32_t position, void *values, int32_
                           uint16_t dty, void *indicators, uint32_t *lengths) {
     if (!MayGoOn()) return;
     OCIDefine *define = nullptr;
-    Good("OCIDefineByPos", OCIDefineByPos(stmt, &define, err_, position, values, value_sz, dty,
-                                          indicators, lengths, nullptr, OCI_DEFAULT));
+    all_defined_ &=
+        Good("OCIDefineByPos", OCIDefineByPos(stmt, &define, err_, position, values, value_sz, dty,
+                                              indicators, lengths, nullptr, OCI_DEFAULT));
 }
 
 void Conversation::Describe(OCIStmt *stmt) {
@@ -203,6 +206,7 @@ void Conversation::ReadRows() {
     double real8[4] = {};
     int16_t indicators[4] = {};
     uint32_t lengths[4] = {};
+    all_defined_ = true;
     PrepareText(stmt, "SELECT ID, WORDS, REAL8 FROM FAULT ORDER BY ID");
     Describe(stmt);
     Define(stmt, 1, id, sizeof(int32_t), DTY_INT, nullptr, nullptr);
@@ -223,7 +227,7 @@ void Conversation::ReadRows() {
         rows_read_++;
     }
     Free(stmt);
-    if (failed_) return;
+    if (!all_defined_) return;
     if (rows_read_ == 3 && id[0] == 1 && id[2] == 3 && strcmp(words[0], "one") == 0 &&
         strcmp(words[2], "three") == 0 && lengths[2] == 5 && real8[0] == 0.5 && real8[2] == 1e9) {
         return;
@@ -268,7 +272,9 @@ void Conversation::FetchBlocks(OCIStmt *stmt) {
         uint32_t total = 0;
         told_("OCIAttrGet",
               OCIAttrGet(stmt, OCI_HTYPE_STMT, &total, nullptr, OCI_ATTR_ROW_COUNT, err_));
-        CheckMany(many_rows_read_, total);
+        if (all_defined_) {
+            CheckMany(many_rows_read_, total);
+        }
         many_rows_read_ = total;
         if (code != OCI_SUCCESS) return;
     }
@@ -279,6 +285,7 @@ void Conversation::ReadManyRows() {
     if (!MayGoOn()) return;
     OCIStmt *stmt = NewStmt();
     if (stmt == nullptr) return;
+    all_defined_ = true;
     PrepareText(stmt, "SELECT ID, WORDS FROM FAULT_MANY ORDER BY ID");
     Define(stmt, 1, many_rows.id, sizeof(int32_t), DTY_INT, nullptr, nullptr);
     Define(stmt, 2, many_rows.words, WORDS_BYTES, DTY_STR, nullptr, nullptr);

@@ -67,6 +67,7 @@ private:
     std::function<void(const char *, int32_t)> told_;
     std::string problem_;
     bool failed_ = false;
+    bool all_defined_ = false;
     int32_t first_failure_ = 0;
     int64_t rows_read_ = 0;
     int64_t many_rows_read_ = 0;
@@ -77,7 +78,7 @@ private:
 };
 
 // The rows of the table of many rows, more than the first block that a result takes.
-constexpr int64_t MANY_ROWS = 2600;
+constexpr int64_t MANY_ROWS = 3200;
 
 // Whether a call of the conversation may return `code`, whatever fails below it.
 bool IsAllowed(const std::string &call, int32_t code);

@@ -137,7 +137,7 @@ TEST(Bind, GoodBindClearsTheErrorHandle) {
     EXPECT_EQ(0, rig.Bind(rig.stmt, 1, &value, 4, DTY_INT));
     EXPECT_EQ("", rig.Error());
     EXPECT_EQ(8u, rig.err->source);
-    EXPECT_EQ(nullptr, rig.err->source_handle);
+    EXPECT_EQ(nullptr, rig.err->source_handle.record);
 }
 
 TEST(Bind, PositionOutsideTheTextIsInvalidAndLeavesTheRecord) {

@@ -162,10 +162,10 @@ TEST_F(Errors, AStatementSourceOverASessionReadsTheSession) {
 TEST_F(Errors, ClearLeavesAnEmptyTextAndNoHandle) {
     ErrorFromStmt(err_, stmt_);
     ErrorText(err_, "text");
-    EXPECT_EQ(stmt_, err_->source_handle) << "a text alone keeps the handle";
+    EXPECT_EQ(stmt_, err_->source_handle.record) << "a text alone keeps the handle";
     ErrorClear(err_);
     EXPECT_EQ(ERROR_OF_RECORD, err_->source);
-    EXPECT_EQ(nullptr, err_->source_handle);
+    EXPECT_EQ(nullptr, err_->source_handle.record);
     EXPECT_EQ("", ErrorOf(err_));
 }
 

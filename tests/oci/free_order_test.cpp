@@ -64,7 +64,7 @@ struct Chain {
     // Calls that follow the links between the records that are left.
     void FollowLinks() const {
         if (!freed[SVCCTX] && !freed[ERR]) {
-            EXPECT_EQ(freed[STMT] ? NULL : stmt, svc->stmt);
+            EXPECT_EQ(freed[STMT] ? NULL : stmt, svc->stmt.record);
             OCITransRollback(svc, err, 0);
             OCITransCommit(svc, err, 0);
             OCIText version[16];
@@ -136,11 +136,11 @@ TEST(FreeOrder, AnErrorHandleForgetsTheStatementThatItNames) {
     Chain chain({ERR, SVCCTX, SERVER, SESSION, STMT});
     ErrorFromStmt(chain.err, chain.stmt);
     EXPECT_EQ(0, chain.Free(STMT));
-    EXPECT_EQ(nullptr, chain.err->source_handle);
+    EXPECT_EQ(nullptr, chain.err->source_handle.record);
     EXPECT_EQ("", ErrorOf(chain.err));
     ErrorFromSession(chain.err, chain.session);
     EXPECT_EQ(0, chain.Free(SESSION));
-    EXPECT_EQ(nullptr, chain.err->source_handle);
+    EXPECT_EQ(nullptr, chain.err->source_handle.record);
     EXPECT_EQ("", ErrorOf(chain.err));
     for (int kind : {SVCCTX, SERVER, ERR, ENV}) {
         EXPECT_EQ(0, chain.Free(kind));
@@ -158,7 +158,7 @@ TEST(FreeOrder, RecordsOfTwoEnvironmentsMayNameEachOther) {
     for (int kind : {ENV, STMT, SESSION, SERVER, SVCCTX, ERR}) {
         second.Free(kind);
     }
-    EXPECT_EQ(nullptr, first.err->source_handle);
+    EXPECT_EQ(nullptr, first.err->source_handle.record);
     EXPECT_EQ(nullptr, SvcNativeSession(first.svc));
     EXPECT_EQ(-2, OCITransCommit(first.svc, first.err, 0));
     for (int kind : {STMT, SESSION, SERVER, SVCCTX, ERR, ENV}) {
@@ -186,7 +186,7 @@ TEST(FreeOrder, ThreadsMakeAndFreeHandlesOfOneEnvironment) {
     std::thread other(work);
     work();
     other.join();
-    EXPECT_EQ(nullptr, chain.svc->stmt);
+    EXPECT_EQ(nullptr, chain.svc->stmt.record);
     for (int kind : {SESSION, SERVER, SVCCTX, ERR, ENV}) {
         EXPECT_EQ(0, chain.Free(kind));
     }

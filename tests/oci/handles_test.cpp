@@ -75,7 +75,7 @@ TEST_F(Handles, TheEnvironmentsRecordIsFilled) {
     EXPECT_EQ(1u, env_->native_env->type);
     EXPECT_EQ(&env_->first_usermem, env_->usermem_list);
     EXPECT_EQ(nullptr, env_->first_usermem.memory);
-    EXPECT_EQ(nullptr, env_->svcctx);
+    EXPECT_EQ(nullptr, env_->svcctx.record);
     EXPECT_EQ(nullptr, env_->server);
     EXPECT_EQ(nullptr, env_->session);
 }
@@ -109,22 +109,22 @@ TEST_F(Handles, AllocMakesAnErrorHandle) {
     OCIError *err = NewHandle<OCIError>(env_, OCI_HTYPE_ERROR);
     EXPECT_EQ(8u, err->type);
     EXPECT_EQ(0u, err->source);
-    EXPECT_EQ(nullptr, err->source_handle);
+    EXPECT_EQ(nullptr, err->source_handle.record);
     EXPECT_EQ(0, OCIHandleFree(err, OCI_HTYPE_ERROR));
 }
 
 TEST_F(Handles, AllocMakesAServiceContext) {
     OCISvcCtx *svc = SvcCtx();
     EXPECT_EQ(11u, svc->type);
-    EXPECT_EQ(env_, svc->env);
+    EXPECT_EQ(env_, RecordEnv(&svc->link));
     EXPECT_STREQ("127.0.0.1", svc->ip);
     EXPECT_EQ(5138u, svc->port);
     EXPECT_EQ(1u, svc->charset);
-    EXPECT_EQ(svc, env_->svcctx);
+    EXPECT_EQ(svc, env_->svcctx.record);
     OCISvcCtx *newer = SvcCtx();
-    EXPECT_EQ(newer, env_->svcctx);
+    EXPECT_EQ(newer, env_->svcctx.record);
     EXPECT_EQ(0, OCIHandleFree(svc, OCI_HTYPE_SVCCTX));
-    EXPECT_EQ(newer, env_->svcctx);
+    EXPECT_EQ(newer, env_->svcctx.record);
     EXPECT_EQ(0, OCIHandleFree(newer, OCI_HTYPE_SVCCTX));
 }
 
@@ -145,7 +145,7 @@ TEST_F(Handles, AllocMakesTheChain) {
     OCIStmt *stmt = Stmt();
     EXPECT_EQ(5u, stmt->type);
     EXPECT_EQ(session->native_session, stmt->native_stmt->session);
-    EXPECT_EQ(stmt, svc->stmt);
+    EXPECT_EQ(stmt, svc->stmt.record);
     EXPECT_EQ(0, OCIHandleFree(stmt, OCI_HTYPE_STMT));
     EXPECT_EQ(0, OCIHandleFree(session, OCI_HTYPE_SESSION));
     EXPECT_EQ(0, OCIHandleFree(svc, OCI_HTYPE_SVCCTX));
@@ -182,13 +182,13 @@ TEST_F(Handles, AStatementAllocatedBeforeTheSessionWaitsForTheSessionsStep) {
     OCIStmt *stmt = Stmt();
     EXPECT_EQ(nullptr, stmt->native_stmt);
     EXPECT_EQ(1, env_->pending_stmt_count);
-    EXPECT_EQ(nullptr, svc->stmt);
+    EXPECT_EQ(nullptr, svc->stmt.record);
     OCIServer *server = Server();
     EXPECT_EQ(nullptr, stmt->native_stmt) << "a server alone does not help";
     OCISession *session = Session();
     ASSERT_NE(nullptr, stmt->native_stmt);
     EXPECT_EQ(session->native_session, stmt->native_stmt->session);
-    EXPECT_EQ(stmt, svc->stmt);
+    EXPECT_EQ(stmt, svc->stmt.record);
     EXPECT_EQ(0, env_->pending_stmt_count);
     EXPECT_EQ(nullptr, env_->pending_stmts);
     EXPECT_EQ(0, OCIHandleFree(stmt, OCI_HTYPE_STMT));
@@ -214,7 +214,7 @@ TEST_F(Handles, AServerAllocatedLastReleasesSessionsAndThoseTheStatements) {
         EXPECT_EQ(sessions[0]->native_session, stmt->native_stmt->session)
             << "the first session took all statements";
     }
-    EXPECT_EQ(stmts[2], svc->stmt);
+    EXPECT_EQ(stmts[2], svc->stmt.record);
     EXPECT_EQ(0, env_->pending_session_count);
     EXPECT_EQ(nullptr, env_->pending_sessions);
     for (OCIStmt *stmt : stmts) {
@@ -259,7 +259,7 @@ TEST_F(Handles, AStatementWithoutAServiceContextIsNamedNowhere) {
     OCISession *session = Session();
     OCISvcCtx *svc = SvcCtx();
     EXPECT_EQ(0, OCIHandleFree(svc, OCI_HTYPE_SVCCTX));
-    EXPECT_EQ(nullptr, env_->svcctx);
+    EXPECT_EQ(nullptr, env_->svcctx.record);
     OCIStmt *stmt = Stmt();
     EXPECT_NE(nullptr, stmt->native_stmt);
     EXPECT_EQ(0, OCIHandleFree(stmt, OCI_HTYPE_STMT));
@@ -320,11 +320,11 @@ TEST_F(Handles, FreeingAStatementMakesTheServiceContextForgetIt) {
     OCISession *session = Session();
     OCIStmt *first = Stmt();
     OCIStmt *second = Stmt();
-    EXPECT_EQ(second, svc->stmt);
+    EXPECT_EQ(second, svc->stmt.record);
     EXPECT_EQ(0, OCIHandleFree(first, OCI_HTYPE_STMT));
-    EXPECT_EQ(second, svc->stmt);
+    EXPECT_EQ(second, svc->stmt.record);
     EXPECT_EQ(0, OCIHandleFree(second, OCI_HTYPE_STMT));
-    EXPECT_EQ(nullptr, svc->stmt);
+    EXPECT_EQ(nullptr, svc->stmt.record);
     EXPECT_EQ(0, OCIHandleFree(session, OCI_HTYPE_SESSION));
     EXPECT_EQ(0, OCIHandleFree(server, OCI_HTYPE_SERVER));
     EXPECT_EQ(0, OCIHandleFree(svc, OCI_HTYPE_SVCCTX));

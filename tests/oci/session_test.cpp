@@ -163,7 +163,7 @@ TEST(SessionBegin, SendsTheLoginOfASessionWithRowidsAndWithoutAutoCommit) {
     EXPECT_EQ(0, OCISessionBegin(rig.svc, rig.err, rig.session, 7, 99)) << rig.Error();
     EXPECT_EQ(1, rig.session->logged_on);
     EXPECT_EQ(3u, rig.err->source);
-    EXPECT_EQ(rig.session, rig.err->source_handle);
+    EXPECT_EQ(rig.session, rig.err->source_handle.record);
     EXPECT_EQ(1, rig.env->native_env->version_minor);
     EXPECT_EQ(0, rig.env->native_env->version_major);
 }
@@ -340,7 +340,7 @@ TEST(Logon, MakesTheChainAndLogoffCommitsAndFreesIt) {
     rig.peer.Send(Hex("'K'"));
     rig.peer.ExpectEnd();
     EXPECT_EQ(0, OCILogoff(rig.svc, rig.err));
-    EXPECT_EQ(nullptr, rig.env->svcctx);
+    EXPECT_EQ(nullptr, rig.env->svcctx.record);
 }
 
 TEST(Logon, UnameLen0ReachesTheServerWithAnEmptyUserName) {
@@ -480,7 +480,7 @@ TEST(ServerVersion, FetchesOneColumnIntoTheBuffer) {
     EXPECT_EQ(0, OCIServerVersion(rig.svc, rig.err, (OCIText *)text, sizeof(text), 11));
     EXPECT_STREQ("Tavu 12.1", text);
     EXPECT_EQ("older", rig.Error()) << "source 8, no handle, the text as it was";
-    EXPECT_EQ(nullptr, rig.err->source_handle);
+    EXPECT_EQ(nullptr, rig.err->source_handle.record);
     EXPECT_EQ(8u, rig.err->source);
     EXPECT_TRUE(ListEmpty(&rig.session->native_session->stmts)) << "its statement is freed";
 }

@@ -57,12 +57,12 @@ TEST(Trans, StartCommitsAndTurnsAutoCommitOff) {
     rig.peer.Send(Hex("'K'"));
     EXPECT_EQ(0, OCITransStart(rig.svc, rig.err, 60, 0xFFFFFFFF));
     EXPECT_EQ(3u, rig.err->source);
-    EXPECT_EQ(rig.svc->session, rig.err->source_handle);
+    EXPECT_EQ(rig.svc->session, rig.err->source_handle.record);
 }
 
 TEST(Trans, CommitWithNoStatementEverAllocatedRunsOnlyTheCommand) {
     TransRig rig;
-    EXPECT_EQ(nullptr, rig.svc->stmt);
+    EXPECT_EQ(nullptr, rig.svc->stmt.record);
     rig.peer.Expect(Hex("'?' 00000007 'COMMIT;' 00 00000000"));
     rig.peer.Send(Hex("'K'"));
     EXPECT_EQ(0, OCITransCommit(rig.svc, rig.err, 0));
@@ -72,7 +72,7 @@ TEST(Trans, CommitAfterItsStatementWasFreedRunsOnlyTheCommand) {
     TransRig rig;
     OCIStmt *stmt = NewHandle<OCIStmt>(rig.env, OCI_HTYPE_STMT);
     stmt->lob_dirty = 1;
-    EXPECT_EQ(stmt, rig.svc->stmt);
+    EXPECT_EQ(stmt, rig.svc->stmt.record);
     EXPECT_EQ(0, OCIHandleFree(stmt, OCI_HTYPE_STMT));
     rig.ScriptCommand("COMMIT;");
     EXPECT_EQ(0, OCITransCommit(rig.svc, rig.err, 0));

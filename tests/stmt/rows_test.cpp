@@ -232,6 +232,16 @@ TEST(ReadRow, OfALongBookmarkTheFirst20BytesAreKept) {
     EXPECT_EQ(HexText(Hex("'K'")), HexText(rig.Unread()));
 }
 
+TEST(ReadRow, ALongBookmarkWritesNothingBehindItsRoom) {
+    RowRig rig;
+    ResultSet *result =
+        ResultWith(&rig, {6}, Hex("'*' 00000019 'abcdefghijklmnopqrstuvwxy' 00000000 'K'"));
+    RowImage *row = nullptr;
+    ASSERT_EQ(0, ReadRow(result, &row));
+    EXPECT_EQ(HexText(Hex("'abcdefghijklmnopqrst' 01 0000000000000000 00")),
+              HexText(ImageBytes(row, 4, 30)));
+}
+
 TEST(ReadRow, ABookmarkOf20BytesAndOneOfNone) {
     RowRig rig;
     ResultSet *result = ResultWith(&rig, {3},

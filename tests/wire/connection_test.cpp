@@ -150,6 +150,21 @@ TEST(ConnOpenSocket, FailsClosedWhenNobodyListens) {
     EXPECT_EQ(0u, rig.conn->sock);
 }
 
+// The number that the next socket would get.
+static SocketId NextSocket() {
+    const SocketId next = SocketOpen();
+    SocketClose(next);
+    return next;
+}
+
+TEST(ConnOpenSocket, KeepsNoSocketWhenNobodyListens) {
+    ConnRig rig;
+    PointAt(rig.conn, PortOfNobody());
+    const SocketId next = NextSocket();
+    EXPECT_FALSE(ConnOpenSocket(rig.conn));
+    EXPECT_EQ(next, NextSocket());
+}
+
 TEST(ConnOpenSocket, MakesACloseResetTheConnection) {
     ScriptedPeer peer;
     ConnRig rig;

@@ -14,6 +14,10 @@
 static const char *const DEFAULT_TEXT =
     "login database = SYSTEM user='SYSDBA' password='SYSDBA' encryptor = '' char_set = 'GBK' "
     "time_zone = 'GTM+08:00' iso_level = '2' auto_commit = 'on' version = '301'";
+// The same behind an earlier 'K'.
+static const char *const VERSION_201_TEXT =
+    "login database = SYSTEM user='SYSDBA' password='SYSDBA' encryptor = '' char_set = 'GBK' "
+    "time_zone = 'GTM+08:00' iso_level = '2' auto_commit = 'on' version = '201'";
 
 // A connection to a peer that takes the login text and answers.
 struct LoginRig : ConnRig {
@@ -40,9 +44,9 @@ struct LoginRig : ConnRig {
         return TVCILogin(conn, conn->database, &attr);
     }
 
-    // Logs in with an answer that follows the default text.
-    bool LoginAnswered(const Bytes &answer) {
-        Expect(DEFAULT_TEXT);
+    // Logs in with an answer that follows the text of the default attributes.
+    bool LoginAnswered(const Bytes &answer, const char *text = DEFAULT_TEXT) {
+        Expect(text);
         peer.Send(answer);
         peer.ExpectEnd();
         return Login();
@@ -263,6 +267,15 @@ TEST(LoginVerdict, OfKAcceptsAndSetsTheVersion201) {
     EXPECT_EQ("", ErrorText(&rig.conn->last_error));
 }
 
+TEST(LoginVerdict, OfKLeavesTheReasonOfAnEarlierFailure) {
+    LoginRig rig;
+    ErrInfoReplace(&rig.conn->last_error, "E1234", "[E1234]before");
+    rig.Expect(DEFAULT_TEXT);
+    rig.peer.Send(Hex("'K'"));
+    EXPECT_TRUE(rig.Login());
+    EXPECT_EQ("E1234: [E1234]before", ErrorText(&rig.conn->last_error));
+}
+
 TEST(LoginVerdict, OfKLeavesWhatFollowsToTheNextReader) {
     LoginRig rig;
     rig.Expect(DEFAULT_TEXT);
@@ -278,10 +291,7 @@ TEST(LoginVerdict, OfNWithAFifthByteKAcceptsAndSetsTheVersion301) {
     for (size_t cut = 1; cut < answer.size(); cut++) {
         LoginRig rig;
         TextCopy(rig.attr.version, sizeof(rig.attr.version), "201");
-        rig.Expect(
-            "login database = SYSTEM user='SYSDBA' password='SYSDBA' encryptor = '' "
-            "char_set = 'GBK' time_zone = 'GTM+08:00' iso_level = '2' auto_commit = 'on' "
-            "version = '201'");
+        rig.Expect(VERSION_201_TEXT);
         rig.peer.SendInPieces(answer, {cut});
         EXPECT_TRUE(rig.Login()) << "cut before byte " << cut;
         EXPECT_STREQ("301", rig.attr.version);
@@ -291,8 +301,8 @@ TEST(LoginVerdict, OfNWithAFifthByteKAcceptsAndSetsTheVersion301) {
 
 TEST(LoginVerdict, OfNWithAnotherFifthByteGoesOnToAnErrorText) {
     LoginRig rig;
-    TextCopy(rig.attr.version, sizeof(rig.attr.version), "301");
-    EXPECT_FALSE(rig.LoginAnswered(Hex("'N' 'KKKK' 'E' 0000000B '[E1234]nope'")));
+    TextCopy(rig.attr.version, sizeof(rig.attr.version), "201");
+    EXPECT_FALSE(rig.LoginAnswered(Hex("'N' 'KKKK' 'E' 0000000B '[E1234]nope'"), VERSION_201_TEXT));
     EXPECT_EQ("E1234: [E1234]nope", ErrorText(&rig.conn->last_error));
     EXPECT_STREQ("301", rig.attr.version);
     EXPECT_EQ(0u, rig.conn->sock);
@@ -301,7 +311,9 @@ TEST(LoginVerdict, OfNWithAnotherFifthByteGoesOnToAnErrorText) {
 TEST(LoginVerdict, OfNCutBeforeTheFifthByteCannotConnect) {
     for (size_t available = 0; available < 5; available++) {
         LoginRig rig;
-        rig.Expect(DEFAULT_TEXT);
+        // The letter alone sets the version, before the bytes behind it are read.
+        TextCopy(rig.attr.version, sizeof(rig.attr.version), "201");
+        rig.Expect(VERSION_201_TEXT);
         rig.peer.Send(Hex("'N'") + Repeat(Hex("'K'"), available));
         rig.peer.Close();
         EXPECT_FALSE(rig.Login()) << available << " bytes behind the letter";

@@ -1,0 +1,163 @@
+// A window on the receive buffer reads what the connection's own readers read, and leaves the same
+// state behind.
+#include "wire/read_window.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "wire/wire_rig.h"
+
+// Puts bytes into the receive buffer.
+static void Buffer(Connection *conn, const Bytes &bytes) {
+    std::memcpy(conn->recv_buf, bytes.data(), bytes.size());
+    conn->recv_fill = (int32_t)bytes.size();
+    conn->recv_pos = 0;
+}
+
+// Each kind of read once, then one byte more.
+static const char *const VALUES_HEX = "'R' 1234 89ABCDEF 0123456789ABCDEF 'abc' 5A";
+
+static void ExpectValues(Connection *conn) {
+    uint8_t letter = 0;
+    uint16_t half = 0;
+    uint32_t word = 0;
+    uint64_t wide = 0;
+    char text[4] = {};
+    ReadWindow window = WindowOpen(conn);
+    ASSERT_TRUE(WindowReadChar(&window, &letter));
+    EXPECT_EQ('R', letter);
+    ASSERT_TRUE(WindowReadInt16(&window, &half));
+    EXPECT_EQ(0x1234, half);
+    ASSERT_TRUE(WindowReadInt32(&window, &word));
+    EXPECT_EQ(0x89ABCDEFu, word);
+    ASSERT_TRUE(WindowReadInt64(&window, &wide));
+    EXPECT_EQ(0x0123456789ABCDEFull, wide);
+    ASSERT_TRUE(WindowReadBytes(&window, text, 3));
+    EXPECT_STREQ("abc", text);
+    ASSERT_TRUE(WindowReadChar(&window, &letter));
+    EXPECT_EQ(0x5A, letter);
+    WindowClose(&window);
+}
+
+TEST(ReadWindow, ReadsTheSameWhenCutAtEveryByte) {
+    const Bytes values = Hex(VALUES_HEX);
+    for (size_t cut = 1; cut < values.size(); cut++) {
+        SCOPED_TRACE(cut);
+        ConnRig rig;
+        PlayedSocket socket;
+        socket.Arrive(values, {cut});
+        ExpectValues(rig.conn);
+        EXPECT_EQ(0, rig.conn->recv_fill);
+        EXPECT_EQ(0, rig.conn->recv_pos);
+    }
+}
+
+TEST(ReadWindow, ReadsTheSameWithTheCipherOnAndNoKeystream) {
+    ConnRig rig;
+    rig.conn->use_ssl = 1;
+    Buffer(rig.conn, Hex(VALUES_HEX));
+    ExpectValues(rig.conn);
+    EXPECT_EQ(0, rig.conn->recv_fill);
+}
+
+TEST(ReadWindow, TakesValuesInHostOrderWhileBytesAreNotSwapped) {
+    ConnRig rig;
+    Buffer(rig.conn, Hex("3412 EFCDAB89 EFCDAB8967452301 5A"));
+    swap_bytes = 0;
+    ReadWindow window = WindowOpen(rig.conn);
+    swap_bytes = 1;
+    uint16_t half = 0;
+    uint32_t word = 0;
+    uint64_t wide = 0;
+    EXPECT_TRUE(WindowReadInt16(&window, &half));
+    EXPECT_EQ(0x1234, half);
+    EXPECT_TRUE(WindowReadInt32(&window, &word));
+    EXPECT_EQ(0x89ABCDEFu, word);
+    EXPECT_TRUE(WindowReadInt64(&window, &wide));
+    EXPECT_EQ(0x0123456789ABCDEFull, wide);
+    WindowClose(&window);
+    EXPECT_EQ(14, rig.conn->recv_pos);
+}
+
+// The five reads under one signature.
+static bool ReadOne(ReadWindow *window, int32_t width) {
+    uint8_t letter;
+    uint16_t half;
+    uint32_t word;
+    uint64_t wide;
+    char text[3];
+    switch (width) {
+        case 1: return WindowReadChar(window, &letter);
+        case 2: return WindowReadInt16(window, &half);
+        case 3: return WindowReadBytes(window, text, 3);
+        case 4: return WindowReadInt32(window, &word);
+        default: return WindowReadInt64(window, &wide);
+    }
+}
+
+TEST(ReadWindow, EmptiesTheBufferWithTheLastByte) {
+    for (const int32_t width : {1, 2, 3, 4, 8}) {
+        SCOPED_TRACE(width);
+        ConnRig rig;
+        PlayedSocket socket;
+        Buffer(rig.conn, Repeat(Hex("77"), (size_t)width));
+        ReadWindow window = WindowOpen(rig.conn);
+        EXPECT_TRUE(ReadOne(&window, width));
+        WindowClose(&window);
+        EXPECT_EQ(0, rig.conn->recv_fill);
+        EXPECT_EQ(0, rig.conn->recv_pos);
+        EXPECT_TRUE(socket.receive_counts.empty());
+    }
+}
+
+TEST(ReadWindow, LeavesAByteMoreThanIsReadInTheBuffer) {
+    for (const int32_t width : {1, 2, 3, 4, 8}) {
+        SCOPED_TRACE(width);
+        ConnRig rig;
+        Buffer(rig.conn, Repeat(Hex("77"), (size_t)width + 1));
+        ReadWindow window = WindowOpen(rig.conn);
+        EXPECT_TRUE(ReadOne(&window, width));
+        WindowClose(&window);
+        EXPECT_EQ(width + 1, rig.conn->recv_fill);
+        EXPECT_EQ(width, rig.conn->recv_pos);
+    }
+}
+
+TEST(ReadWindow, FailsWhenTheStreamEndsInsideTheValue) {
+    for (const int32_t width : {1, 2, 3, 4, 8}) {
+        SCOPED_TRACE(width);
+        ConnRig rig;
+        PlayedSocket socket;
+        Buffer(rig.conn, Repeat(Hex("77"), (size_t)width - 1));
+        ReadWindow window = WindowOpen(rig.conn);
+        EXPECT_FALSE(ReadOne(&window, width));
+        WindowClose(&window);
+        EXPECT_EQ(0, rig.conn->recv_fill);
+        EXPECT_EQ(0, rig.conn->recv_pos);
+    }
+}
+
+TEST(ReadWindow, TakesAPushedBackLetterBeforeTheBuffer) {
+    ConnRig rig;
+    Buffer(rig.conn, Hex("'AB'"));
+    rig.conn->pushback = 'R';
+    ReadWindow window = WindowOpen(rig.conn);
+    uint8_t letter = 0;
+    EXPECT_TRUE(WindowReadChar(&window, &letter));
+    EXPECT_EQ('R', letter);
+    EXPECT_TRUE(WindowReadChar(&window, &letter));
+    EXPECT_EQ('A', letter);
+    WindowClose(&window);
+    EXPECT_EQ(0, rig.conn->pushback);
+    EXPECT_EQ(1, rig.conn->recv_pos);
+}
+
+TEST(ReadWindow, OfNoBytesReadsNothing) {
+    ConnRig rig;
+    PlayedSocket socket;
+    ReadWindow window = WindowOpen(rig.conn);
+    EXPECT_TRUE(WindowReadBytes(&window, nullptr, 0));
+    WindowClose(&window);
+    EXPECT_TRUE(socket.receive_counts.empty());
+}
