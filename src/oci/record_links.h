@@ -6,17 +6,13 @@
 
 #include "oci/records.h"
 
-// Puts a new record among the records of the process.
+// Puts a new record, made from `env` (NULL: from none), among the records of the process.
 void RecordAttach(OCIEnv *env, RecordLink *link, void *record);
-// Takes a record that is about to be freed off again: nothing names it any more, and its
-// environment forgets it.
+// Takes a record that is about to be freed off again: nothing names it any more.
 void RecordDetach(RecordLink *link);
-// Makes all records of an environment that is about to be freed forget it.
-void RecordsForgetEnv(OCIEnv *env);
 
-// Makes `name` name the record of `target` (NULL: none). The pointer at `pointer` (NULL: none) is
-// set to that record, and cleared when it is freed.
-void NameSet(RecordName *name, RecordLink *target, void *pointer);
+// Makes `name` name the record of `target` (NULL: none).
+void NameSet(RecordName *name, RecordLink *target);
 // The same for the large value locator of a bind or define of `stmt`: StmtForgetLob is called for
 // the statement when the locator is freed.
 void NameLocator(RecordName *name, OCILobLocator *locator, OCIStmt *stmt);
@@ -25,20 +21,22 @@ void NameLocator(RecordName *name, OCILobLocator *locator, OCIStmt *stmt);
 void NameFind(RecordName *name, const void *record, uint32_t type);
 // Ends a name; before its record is freed.
 inline void NameClear(RecordName *name) {
-    NameSet(name, NULL, NULL);
+    NameSet(name, NULL);
 }
 // The record named, or NULL.
-void *NameRecord(const RecordName *name);
+inline void *NameRecord(const RecordName *name) {
+    return name->record.load(std::memory_order_relaxed);
+}
 // Takes one statement whose bind or define names the record, and ends that name; NULL: none is
 // left.
 OCIStmt *NameTakeStmt(RecordLink *target);
 
-// What the environment keeps of its newest records.
-void EnvSetServer(OCIEnv *env, OCIServer *server);
-void EnvSetSession(OCIEnv *env, OCISession *session);
-void EnvSetSvcCtx(OCIEnv *env, OCISvcCtx *svchp);
+// The environment that a record was made from; NULL once that is freed.
+inline OCIEnv *RecordEnv(const RecordLink *link) {
+    return (OCIEnv *)NameRecord(&link->env);
+}
 // Names the statement in the environment's service context, if there is one.
-void EnvSetStmt(OCIEnv *env, OCIStmt *stmtp);
+void EnvNameStmt(OCIEnv *env, OCIStmt *stmtp);
 // Keeps a descriptor whose statement goes for the life of the environment; without one it is freed.
 void EnvKeepParam(OCIEnv *env, OCIParam *param);
 // The native handle under which the next session or statement is made; the dead handle when the

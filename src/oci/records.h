@@ -38,10 +38,10 @@ struct RecordName {
 
 // The part that every record of a handle or locator ends with.
 struct RecordLink {
-    ListLink link;    // among all records of the process
-    ListLink names;   // of RecordName.link: all that name this record
-    void *record;     // the record that this belongs to
-    RecordName env;   // the environment that it was made from; none for an environment
+    ListLink link;   // among all records of the process
+    ListLink names;  // of RecordName.link: all that name this record
+    void *record;    // the record that this belongs to
+    RecordName env;  // the environment that it was made from; none for an environment
 };
 
 // A block that its owner lost sight of; kept for the life of the record that lists it.
@@ -64,9 +64,9 @@ struct OCIEnv {
     int32_t pending_session_count;
     OCIStmt **pending_stmts;  // owned array
     int32_t pending_stmt_count;
-    LostBlock *lost_blocks;  // owned; staging buffers of large value writes that never ended
-    OCIParam *older_params;  // owned; descriptors that outlived their statement
-    RecordName svcctx;       // the newest service context
+    LostBlock *lost_blocks;   // owned; staging buffers of large value writes that never ended
+    OCIParam *older_params;   // owned; descriptors that outlived their statement
+    RecordName svcctx;        // the newest service context
     RecordName server_name;   // of `server`
     RecordName session_name;  // of `session`
     RecordLink link;

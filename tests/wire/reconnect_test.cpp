@@ -189,6 +189,7 @@ TEST(Reconnect, ThatIsRefusedShowsTheServersReason) {
     EXPECT_EQ("E1234: [E1234]no longer", ErrorText(&rig.session->error));
     EXPECT_EQ(conn, rig.session->conn);
     EXPECT_EQ(0u, conn->sock);
+    EXPECT_EQ(0, conn->status);
 }
 
 TEST(Reconnect, FromAClosedSocketTriesAgain) {

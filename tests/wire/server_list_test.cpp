@@ -152,6 +152,24 @@ TEST(ServerListConnect, LeavesTheServersAddressToTheNextSelection) {
     Point(&rig, conn, "127.0.0.2", 0);
     EXPECT_TRUE(ServerListConnect(&rig.server, conn.conn));
     EXPECT_EQ(Address("127.0.0.2"), rig.server.ip);
+    // The same when the next address stands at the index and not at the head.
+    rig.AddAddress("127.0.0.3");
+    Point(&rig, conn, "127.0.0.3", 1);
+    EXPECT_TRUE(ServerListConnect(&rig.server, conn.conn));
+    EXPECT_EQ(Address("127.0.0.2"), rig.server.ip);
+}
+
+TEST(ServerListConnect, ThatTakesTheNewHeadMovesThePositionToZero) {
+    ListRig rig;
+    ConnRig conn;
+    rig.AddAddress("127.0.0.2");
+    rig.AddAddress("127.0.0.2");
+    rig.AddAddress("127.0.0.1");
+    // Index 1, with one address left.
+    Point(&rig, conn, "127.0.0.2", 2);
+    EXPECT_TRUE(ServerListConnect(&rig.server, conn.conn));
+    EXPECT_EQ("127.0.0.1@0 count 1", rig.ListText());
+    EXPECT_EQ(0, rig.server.ip_position);
 }
 
 TEST(ServerListConnect, LeavesTheLastAddressThatFailedWithItsOldCount) {
