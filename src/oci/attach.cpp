@@ -1,13 +1,20 @@
 // The link text and the attach that stores it in the native server.
-#include "oci/attach.h"
-
 #include <cstring>
 
 #include "oci/handles.h"
 #include "oci/session.h"
 #include "platform/text.h"
 
+constexpr size_t LINK_TEXT_BYTES = 128;    // with its terminator
+constexpr size_t LINK_ADDRESS_BYTES = 16;  // with its terminator
 constexpr size_t PORT_DIGITS_MAX = 5;
+
+// A link text taken apart.
+struct LinkParts {
+    char address[LINK_ADDRESS_BYTES];  // may be empty
+    int32_t port;                      // up to 99999
+    char database[LINK_TEXT_BYTES];    // may be empty
+};
 
 // The bytes from `text` to its end or to `stop`.
 static size_t StretchBytes(const char *text, char stop) {
@@ -30,7 +37,9 @@ static bool PortParse(const char *text, int32_t *port) {
     return true;
 }
 
-bool LinkParse(const char *text, LinkParts *parts) {
+// Parses "address", with ":port" and "/database" behind it in either order, both optional. False
+// when the port or the address cannot be one.
+static bool LinkParse(const char *text, LinkParts *parts) {
     std::memset(parts, 0, sizeof(*parts));
     // Each mark is looked for in the whole text, so either may stand first.
     const char *colon = std::strchr(text, ':');

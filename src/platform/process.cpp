@@ -1,11 +1,7 @@
-// The end of the process.
+// The end of the process, asked for in good order.
 #include "platform/process.h"
 
 #include <cstdlib>
-
-void ProcessAbort(void) {
-    abort();
-}
 
 void ProcessExit(int status) {
     exit(status);

@@ -64,7 +64,7 @@ static void GiveToSession(TVCISession *session, Connection *conn) {
 }
 
 Connection *TVCIOpenConnection(TVCISession *session, const char *user, const char *password) {
-    Connection *conn = NewConnection(session, session->server->ip);
+    Connection *conn = NewConnection(session, ServerListCurrent(session->server));
     if (!ConnectSocket(session, conn)) return NULL;
     if (LoginAs(session, conn, user, password)) return conn;
     if (ErrInfoPresent(&conn->last_error)) {

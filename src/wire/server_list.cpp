@@ -1,6 +1,6 @@
-// The failover list of a server. Its nodes are reached under the server's mutex, which is never
-// held over a connect, so that a session that drops a dead address does not free it under another
-// one.
+// The failover list of a server. Its nodes and the address that it leads to are reached under the
+// server's mutex, which is never held over a connect, so that a session that drops a dead address
+// does not free it under another one.
 #include "wire/server_list.h"
 
 #include "platform/memory.h"
@@ -31,6 +31,13 @@ uint32_t ServerListSelect(TVCIServer *server) {
     }
     MutexUnlock(&server->mutex);
     return selected;
+}
+
+uint32_t ServerListCurrent(TVCIServer *server) {
+    MutexLock(&server->mutex);
+    uint32_t current = server->ip;
+    MutexUnlock(&server->mutex);
+    return current;
 }
 
 // Removes every node of the failed address but the last one of the list, and moves the positions

@@ -7,6 +7,9 @@
 // the next caller. Without a list the address stays.
 uint32_t ServerListSelect(TVCIServer *server);
 
+// Returns the address for a new connection and leaves the server where it is.
+uint32_t ServerListCurrent(TVCIServer *server);
+
 // Connects the socket to `conn->ip`; while that fails, drops the failed address from the server's
 // list and tries another. False when no address is left.
 bool ServerListConnect(TVCIServer *server, Connection *conn);

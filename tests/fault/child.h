@@ -31,9 +31,13 @@ struct Outcome {
     char problem[200];
 };
 
-// Runs a conversation in a child, up to one of the endings. `before` sets up what is to fail, and
-// `reached` says afterwards whether it has. Both run in the child.
+// Runs a conversation with the development server in a child, up to one of the endings. `before`
+// sets up what is to fail, and `reached` says afterwards whether it has. Both run in the child.
 Outcome ConverseInChild(Manner manner, const std::function<void()> &before,
+                        const std::function<bool()> &reached);
+
+// The same with whoever answers at `link`.
+Outcome ConverseInChild(const std::string &link, Manner manner, const std::function<void()> &before,
                         const std::function<bool()> &reached);
 
 // The same with another body than a conversation with the server. `run` calls EndChild when it

@@ -107,6 +107,7 @@ static int64_t ReceiveOrEnd(SocketId socket, void *bytes, size_t count) {
 }
 
 void NoteCall(Outcome *outcome, const char *call, int32_t code) {
+    if (getenv("FT")) fprintf(stderr, "%s = %d\n", call, code);
     SetGrace(0);
     waits_alone = false;
     outcome->last_call = call;
@@ -170,10 +171,11 @@ Outcome RunInChild(const std::function<void(Outcome *)> &run) {
     return outcome;
 }
 
-static void Converse(Outcome *outcome, Manner manner, const std::function<void()> &before,
-                     const std::function<bool()> &reached) {
-    Conversation conversation(ServerLink(), manner, [outcome](const char *call, int32_t code) {
+static void Converse(Outcome *outcome, const std::string &link, Manner manner,
+                     const std::function<void()> &before, const std::function<bool()> &reached) {
+    Conversation conversation(link, manner, [&](const char *call, int32_t code) {
         NoteCall(outcome, call, code);
+        outcome->rows = conversation.many_rows_read();
         const bool good =
             code == OCI_SUCCESS || (code == OCI_NO_DATA && strcmp(call, "OCIStmtFetch") == 0);
         if (!good && outcome->first_bad_call == nullptr) {
@@ -184,7 +186,6 @@ static void Converse(Outcome *outcome, Manner manner, const std::function<void()
     failure_reached = &reached;
     before();
     conversation.Run();
-    outcome->rows = conversation.many_rows_read();
     snprintf(outcome->problem, sizeof outcome->problem, "%s", conversation.Problem().c_str());
 }
 
@@ -192,11 +193,16 @@ int32_t MakeTables() {
     return Conversation(ServerLink(), CAREFUL, [](const char *, int32_t) {}).Prepare();
 }
 
+Outcome ConverseInChild(const std::string &link, Manner manner, const std::function<void()> &before,
+                        const std::function<bool()> &reached) {
+    return RunInChild([&](Outcome *outcome) { Converse(outcome, link, manner, before, reached); });
+}
+
 Outcome ConverseInChild(Manner manner, const std::function<void()> &before,
                         const std::function<bool()> &reached) {
     Outcome outcome = {};
     for (int tries = 0; tries < 3; tries++) {
-        outcome = RunInChild([&](Outcome *shared) { Converse(shared, manner, before, reached); });
+        outcome = ConverseInChild(ServerLink(), manner, before, reached);
         if (outcome.ending != ENDED_FINISHED || outcome.first_bad_call != nullptr) {
             // What the child has left in the database is not to be in the way of the next one.
             MakeTables();

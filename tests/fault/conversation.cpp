@@ -270,12 +270,13 @@ void Conversation::FetchBlocks(OCIStmt *stmt) {
             return;
         }
         uint32_t total = 0;
-        told_("OCIAttrGet",
-              OCIAttrGet(stmt, OCI_HTYPE_STMT, &total, nullptr, OCI_ATTR_ROW_COUNT, err_));
+        const int32_t count_code =
+            OCIAttrGet(stmt, OCI_HTYPE_STMT, &total, nullptr, OCI_ATTR_ROW_COUNT, err_);
         if (all_defined_) {
             CheckMany(many_rows_read_, total);
         }
         many_rows_read_ = total;
+        told_("OCIAttrGet", count_code);
         if (code != OCI_SUCCESS) return;
     }
     problem_ = "the fetch does not end";

@@ -1,6 +1,4 @@
 // The link text and OCIServerAttach.
-#include "oci/attach.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -70,6 +70,9 @@ struct Chain {
             OCIText version[16];
             EXPECT_EQ(-1, OCIServerVersion(svc, err, version, sizeof(version), OCI_HTYPE_SVCCTX));
         }
+        if (!freed[SVCCTX] && !freed[ERR] && !freed[SESSION] && (freed[ENV] || freed[SERVER])) {
+            EXPECT_EQ(-2, OCISessionBegin(svc, err, session, 1, 0));
+        }
         if (!freed[ERR]) {
             ErrorOf(err);
         }

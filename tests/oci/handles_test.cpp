@@ -7,6 +7,7 @@
 #include <string>
 
 #include "client/handles.h"
+#include "oci/record_links.h"
 #include "platform/memory.h"
 #include "support/call_rig.h"
 
@@ -224,6 +225,25 @@ TEST_F(Handles, AServerAllocatedLastReleasesSessionsAndThoseTheStatements) {
     EXPECT_EQ(0, OCIHandleFree(sessions[1], OCI_HTYPE_SESSION));
     EXPECT_EQ(0, OCIHandleFree(server, OCI_HTYPE_SERVER));
     EXPECT_EQ(0, OCIHandleFree(svc, OCI_HTYPE_SVCCTX));
+}
+
+TEST_F(Handles, AStepThatFailsWhileTheyAreReleasedLeavesItsHandleAndServesTheNext) {
+    OCIStmt *stmts[3] = {Stmt(), Stmt(), Stmt()};
+    OCIServer *server = Server();
+    // The session's record and its native handle, then one native statement after another.
+    MemFailAt(4);
+    OCISession *session = Session();
+    EXPECT_TRUE(MemFailed());
+    MemFailAt(0);
+    EXPECT_NE(nullptr, stmts[0]->native_stmt);
+    EXPECT_EQ(nullptr, stmts[1]->native_stmt);
+    EXPECT_NE(nullptr, stmts[2]->native_stmt);
+    EXPECT_EQ(0, env_->pending_stmt_count);
+    EXPECT_EQ(0, OCIHandleFree(stmts[0], OCI_HTYPE_STMT));
+    EXPECT_EQ(-3, OCIHandleFree(stmts[1], OCI_HTYPE_STMT));
+    EXPECT_EQ(0, OCIHandleFree(stmts[2], OCI_HTYPE_STMT));
+    EXPECT_EQ(0, OCIHandleFree(session, OCI_HTYPE_SESSION));
+    EXPECT_EQ(0, OCIHandleFree(server, OCI_HTYPE_SERVER));
 }
 
 TEST_F(Handles, FreeingAPendingHandleReturnsMinus3AndTakesItOffTheArray) {

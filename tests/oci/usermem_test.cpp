@@ -185,6 +185,20 @@ TEST_F(UserMem, AFailedRecordLeavesTheApplicationsBlockToTheApplication) {
     allocator_.blocks.clear();
 }
 
+TEST_F(UserMem, AFailedRecordClearsTheSlotEvenWhenNoMemoryWasAskedFor) {
+    void *memory = (void *)0x5A;
+    OCIEnv *env = NULL;
+    MemFailAt(1);
+    EXPECT_EQ(-1, OCIEnvCreate(&env, 0, NULL, NULL, NULL, NULL, 0, &memory));
+    EXPECT_EQ(nullptr, memory);
+    ASSERT_EQ(0, OCIEnvInit(&env_, 0, 0, NULL));
+    memory = (void *)0x5A;
+    void *handle = (void *)0x5A;
+    MemFailAt(1);
+    EXPECT_EQ(-1, OCIHandleAlloc(env_, &handle, OCI_HTYPE_ERROR, 0, &memory));
+    EXPECT_EQ(nullptr, memory);
+}
+
 TEST_F(UserMem, ANodeThatCannotBeHadReleasesTheBlock) {
     CreateWithCallbacks(0, NULL);
     void *memory = (void *)0x5A;
@@ -204,6 +218,7 @@ TEST_F(UserMem, APendingSessionThatCannotBeQueuedIsTakenBack) {
         EXPECT_EQ(-1, OCIHandleAlloc(env_, &handle, type, 8, &memory));
         EXPECT_TRUE(MemFailed());
         EXPECT_EQ(nullptr, handle);
+        EXPECT_NE(nullptr, memory) << "an address that must not be used";
         EXPECT_EQ(&env_->first_usermem, env_->usermem_list);
         EXPECT_EQ(0, env_->pending_session_count);
         EXPECT_EQ(0, env_->pending_stmt_count);
@@ -218,6 +233,7 @@ TEST_F(UserMem, AFailedStepReleasesTheBlockByTheCallbackOnce) {
     void *handle = (void *)0x5A;
     EXPECT_EQ(-1, OCIHandleAlloc(env_, &handle, OCI_HTYPE_SESSION, 8, &memory));
     EXPECT_EQ(nullptr, handle);
+    EXPECT_NE(nullptr, memory) << "an address that must not be used";
     EXPECT_EQ(1, allocator_.releases);
     EXPECT_EQ(nullptr, env_->usermem_list->memory) << "its node stays, without a block";
     EXPECT_EQ(0, OCIHandleFree(env_, OCI_HTYPE_ENV));
@@ -292,6 +308,7 @@ TEST_F(UserMem, ALocatorThatCannotBeMadeLeavesNothing) {
         MemFailAt(n);  // the locator, the holder, the block, its node
         EXPECT_EQ(-1, OCIDescriptorAlloc(env_, &locator, OCI_DTYPE_LOB, 24, &memory)) << n;
         EXPECT_TRUE(MemFailed()) << n;
+        EXPECT_EQ(n > 2, locator != NULL) << "an address that must not be used";
         EXPECT_EQ(before, MemLiveBlocks()) << n;
     }
 }

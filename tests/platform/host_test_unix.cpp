@@ -77,32 +77,29 @@ TEST(Socket, WithoutATimeLimitNoneIsSet) {
     SocketClose(socket);
 }
 
-// Puts one end of a socket pair in the place of the standard input while it lives.
-struct SocketAtZero {
-    SocketAtZero() : saved(dup(0)) {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
-        EXPECT_EQ(0, dup2(ends[0], 0));
-        close(ends[0]);
-        other_end = ends[1];
+// Puts a descriptor, which it takes over, in the place of the standard input while it lives.
+struct DescriptorAtZero {
+    explicit DescriptorAtZero(int descriptor) : saved(dup(0)) {
+        EXPECT_EQ(0, dup2(descriptor, 0));
+        close(descriptor);
     }
 
-    ~SocketAtZero() {
+    ~DescriptorAtZero() {
         EXPECT_EQ(0, dup2(saved, 0));
         close(saved);
-        close(other_end);
     }
 
-    SocketAtZero(const SocketAtZero &) = delete;
-    SocketAtZero &operator=(const SocketAtZero &) = delete;
+    DescriptorAtZero(const DescriptorAtZero &) = delete;
+    DescriptorAtZero &operator=(const DescriptorAtZero &) = delete;
 
     int saved;
-    int other_end = -1;
 };
 
 TEST(Socket, OfZeroLeavesTheHostsDescriptorOfThatNumberAlone) {
-    SocketAtZero zero;
-    ASSERT_EQ(1, send(zero.other_end, "b", 1, 0));
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
+    DescriptorAtZero zero(ends[0]);
+    ASSERT_EQ(1, send(ends[1], "b", 1, 0));
     char byte = 'x';
     EXPECT_EQ(-1, SocketReceive(0, &byte, 1));
     EXPECT_EQ('x', byte);
@@ -114,8 +111,15 @@ TEST(Socket, OfZeroLeavesTheHostsDescriptorOfThatNumberAlone) {
     EXPECT_EQ(0, timeout.tv_sec);
     SocketClose(0);
     EXPECT_EQ(1, send(0, "c", 1, 0));
-    EXPECT_EQ(1, recv(zero.other_end, &byte, 1, 0));
+    EXPECT_EQ(1, recv(ends[1], &byte, 1, 0));
     EXPECT_EQ('c', byte);
+    close(ends[1]);
+}
+
+TEST(Socket, OfZeroIsNotConnectedWhateverTheHostHasThere) {
+    ScriptedPeer peer;
+    DescriptorAtZero zero(socket(AF_INET, SOCK_STREAM, 0));
+    EXPECT_FALSE(SocketConnect(0, NetAddressFromText("127.0.0.1"), peer.port()));
 }
 
 static std::atomic<int> signals_seen;
@@ -184,6 +188,70 @@ TEST(Socket, AReceiveOutlivesTheHostsSignals) {
     interrupting.join();
     EXPECT_TRUE(peer.Finish()) << peer.Failure();
     SocketClose(socket);
+}
+
+TEST(Socket, ASendOutlivesTheHostsSignals) {
+    ScriptedPeer peer;
+    peer.Accept();
+    peer.Gate("interrupted");
+    peer.Start();
+    SocketId socket = SocketOpen();
+    ASSERT_TRUE(SocketConnect(socket, NetAddressFromText("127.0.0.1"), peer.port()));
+    // Fills what lies between the two, until nothing has been taken for a while.
+    const Bytes filling(4096, 0xF1);
+    size_t filled = 0;
+    for (int refused = 0; refused < 1000; refused++) {
+        const ssize_t taken = send((int)socket, filling.data(), filling.size(), MSG_DONTWAIT);
+        if (taken > 0) {
+            filled += (size_t)taken;
+            refused = 0;
+        }
+        std::this_thread::yield();
+    }
+    peer.ExpectAny(filled);
+    peer.Expect(Hex("'x'"));
+    SignalCounter counter(SIGUSR1);
+    std::thread interrupting([&peer, sending = pthread_self()] {
+        Interrupt(sending);
+        peer.Open("interrupted");
+    });
+    EXPECT_EQ(1, SocketSend(socket, "x", 1));
+    interrupting.join();
+    EXPECT_TRUE(peer.Finish()) << peer.Failure();
+    SocketClose(socket);
+}
+
+// A listener of 127.0.0.1 that holds one connection at a time for whoever accepts it.
+static int ListenForOne(uint16_t *port) {
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    socklen_t length = sizeof address;
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = NetAddressFromText("127.0.0.1");
+    EXPECT_EQ(0, bind(listener, (sockaddr *)&address, length));
+    EXPECT_EQ(0, listen(listener, 0));
+    EXPECT_EQ(0, getsockname(listener, (sockaddr *)&address, &length));
+    *port = ntohs(address.sin_port);
+    return listener;
+}
+
+// Takes a second or so: until the system asks a listener again that had no room.
+TEST(Socket, AConnectOutlivesTheHostsSignals) {
+    uint16_t port = 0;
+    const int listener = ListenForOne(&port);
+    SocketId first = SocketOpen();
+    ASSERT_TRUE(SocketConnect(first, NetAddressFromText("127.0.0.1"), port));
+    SignalCounter counter(SIGUSR1);
+    std::thread interrupting([listener, connecting = pthread_self()] {
+        Interrupt(connecting);
+        close(accept(listener, nullptr, nullptr));
+    });
+    SocketId second = SocketOpen();
+    EXPECT_TRUE(SocketConnect(second, NetAddressFromText("127.0.0.1"), port));
+    interrupting.join();
+    SocketClose(first);
+    SocketClose(second);
+    close(listener);
 }
 
 TEST(Semaphore, AWaitForAPermitOutlivesTheHostsSignals) {

@@ -423,6 +423,8 @@ TEST(Pool, DisconnectMakesTheConnectionIdleAndTheNextConnectTakesItWithNoLogin) 
     EXPECT_EQ(nullptr, first->conn);
     EXPECT_EQ("1 idle, 0 busy", rig.Counts());
     EXPECT_NE(0u, conn->sock);
+    // The session may be freed while the connection is idle.
+    EXPECT_EQ(nullptr, conn->owner);
     ASSERT_EQ(0, TVCIConnect(second, "SCOTT", "TIGER"));
     EXPECT_EQ(conn, second->conn);
     EXPECT_EQ(second, conn->owner);
@@ -430,6 +432,19 @@ TEST(Pool, DisconnectMakesTheConnectionIdleAndTheNextConnectTakesItWithNoLogin) 
     // The session itself never logged on, and keeps the defaults for a reconnect.
     EXPECT_STREQ("SYSDBA", second->attr.user);
     EXPECT_STREQ("SYSDBA", second->attr.password);
+}
+
+TEST(Pool, LeavesTheErrorOfASessionThatTakesAnIdleConnection) {
+    PoolRig rig;
+    rig.ExpectLogin("SCOTT", "TIGER");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    ASSERT_EQ(0, TVCIConnect(first, "SCOTT", "TIGER"));
+    TVCIDisconnect(first);
+    ErrInfoRaiseText(second, "E00001", "before");
+    ASSERT_EQ(0, TVCIConnect(second, "SCOTT", "TIGER"));
+    EXPECT_EQ("E00001: before", ErrorText(&second->error));
 }
 
 TEST(Pool, IsSharedByTheSameUserInAnotherCase) {

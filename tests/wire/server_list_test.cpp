@@ -75,6 +75,31 @@ TEST(ServerListSelect, GoesRoundTheListFromTheAddressChosenBefore) {
     EXPECT_EQ(Address("10.0.0.2"), ServerListSelect(&rig.server));
 }
 
+TEST(ServerListCurrent, LeavesTheListWhereItIs) {
+    SessionRig rig(1);
+    rig.AddAddress("127.0.0.1");
+    rig.AddAddress("127.0.0.2");
+    EXPECT_EQ(Address("127.0.0.1"), ServerListCurrent(&rig.server));
+    EXPECT_EQ(Address("127.0.0.1"), ServerListCurrent(&rig.server));
+    EXPECT_EQ(0, rig.server.ip_position);
+}
+
+TEST(ServerListCurrent, MayBeAskedWhileAnotherSessionMovesTheListOn) {
+    SessionRig rig(1);
+    rig.AddAddress("127.0.0.1");
+    rig.AddAddress("127.0.0.2");
+    std::thread moving([&rig] {
+        for (int round = 0; round < 1000; round++) {
+            ServerListSelect(&rig.server);
+        }
+    });
+    for (int round = 0; round < 1000; round++) {
+        const uint32_t current = ServerListCurrent(&rig.server);
+        EXPECT_TRUE(current == Address("127.0.0.1") || current == Address("127.0.0.2"));
+    }
+    moving.join();
+}
+
 TEST(ServerListConnect, WithoutAListTriesOneAddress) {
     DeadListRig rig;
     ConnRig conn;
