@@ -1,4 +1,12 @@
-/* The native client of the Tavu database server: handles, attributes, statements, rows. */
+/* The native client of the Tavu database server: handles, attributes, statements, rows.
+ *
+ * Results are 0 for success, 100 for the end of the data, or one of the negative codes below; -2
+ * for a handle that is NULL, of another type or freed comes first everywhere and is not repeated.
+ * The text of a failure is read from the handle with TVCIGetError.
+ *
+ * A handle and what is below it belong to one thread at a time, with two exceptions that the
+ * library looks after itself: handles may be made and freed by several threads, each under its own
+ * parent, and the statements of one session take turns on its connection. */
 #ifndef TAVU_TVCI_H
 #define TAVU_TVCI_H
 
@@ -96,54 +104,151 @@ typedef struct IntervalRec {
 } IntervalRec;
 
 /* Handles */
+
+/* Makes a handle: environment (1, `parent` is ignored), server (2, below an environment), session
+ * (3, below a server), pool (4, below an environment), statement (5, below a session). Type 8
+ * makes nothing and returns 0. `*out` is freed with TVCIHandleFree, or with its parent.
+ * Returns 0; -2 for a NULL parent; -3 for a NULL `out`, -1 when the parent is NULL too; -1 for a
+ * parent of another type, with "E32102" on the parent; -2 for an unknown type, with "E32103" on
+ * the parent; -5 when memory is short. */
 int32_t TVCIHandleAlloc(void *parent, void **out, int32_t type);
+
+/* Frees a handle and all below it, leaves first. Types 4, 6, 7, 8 and 10 are accepted and left
+ * alone.
+ * Returns 0, or -3 for NULL. A statement whose rows are still arriving is waited for. */
 int32_t TVCIHandleFree(void *handle);
+
+/* Reads the last error of a handle: 7 bytes of code, the message without a terminator, and its
+ * length in bytes. For sessions and statements the message stops at 512 bytes, for the others it
+ * has no limit. Nothing is written when there is no error. Always returns 0. */
 int32_t TVCIGetError(void *handle, char *code, char *message, uint32_t *length);
 
 /* Attributes */
+
+/* Sets an attribute. `value` points to a 32-bit word, or to a text of `length` bytes (-1: up to
+ * its NUL), which is copied.
+ *   environment  1 version (minor in the low, major in the high 16 bits), 2 pooling 0 or 1
+ *   server       21 IPv4 address text, 22 port (16 bits), 23 host name, 24 database,
+ *                28 failover list: addresses separated by ","
+ *   session      33 character set 1 GBK, 2 GB2312, 3 UTF8; 34 time zone; 35 encryptor; 36
+ *                isolation level 1 to 4; 37 enciphered login 0 or 1; 38 auto commit 0 or 1; 39
+ *                receive timeout in minutes; 40 large values as descriptors; 41 protocol version;
+ *                43 reconnect 0 or 1; 44 cursor ids; 45 lock timeout; 46 rowids; 47 schemas
+ *   statement    42 server cursor 0, 1, or 2 with fetch-ahead
+ * Session attributes count for the next login.
+ * Returns 0; -3 for a NULL value ("E32203"); -6 for an unknown attribute; -1 for a value that is
+ * refused, with a text under "E32206" to "E32220" on the handle; -2 for a pool ("E32204"). */
 int32_t TVCIAttrSet(void *handle, int32_t attribute, const void *value, int32_t length);
+
+/* Reads an attribute that TVCIAttrSet sets, or one of the statement's 61 (columns), 62 (rows, 64
+ * bits; waits up to 30 seconds while they arrive), 63 (affected rows), 64 (row-count word). Texts
+ * are cut to `length` bytes with their NUL.
+ * Returns 0; -3 for a NULL handle or value; -6; -14 for 62 when the rows are still arriving. */
 int32_t TVCIAttrGet(void *handle, int32_t attribute, void *value, int32_t length);
+
+/* TVCIAttrGet with the handle's type said, and for column handles (10): 50 name, 51 default CType,
+ * 52 alias, 53 and 54 width as text, 55 type text, 56 binary text, 57 CHAR, 58 precision, 59
+ * scale, 60 nullable, 65 SqlType, 66 VARCHAR. Texts need 128 bytes. `length` receives bytes, or is
+ * NULL.
+ * Returns also -9 for 58 and 59 of a type that has none. */
 int32_t TVCIGetResultAttr(void *handle, int32_t handle_type, void *value, int32_t *length,
                           int32_t attribute);
 
 /* Sessions and transactions */
+
+/* Connects a session and logs on. Returns 0; -1 with the reason on the session; -1 without one for
+ * a NULL text or a session that is connected. */
 int32_t TVCIConnect(TVCISession *session, const char *user, const char *password);
+
+/* Closes the session's connection, or gives it back to the pool. Nothing is sent. Returns 0. */
 int32_t TVCIDisconnect(TVCISession *session);
+
+/* The transaction commands. Errors lie on the session. Return 0; -1 refused by the server; -3 for
+ * a savepoint number outside 1 to 10; -4 without a connection or when it is lost; -5.
+ * TVCIRollback: mode 1 everything, 2 to savepoint `number`, any other nothing. */
 int32_t TVCIBeginTrans(TVCISession *session);
 int32_t TVCICommit(TVCISession *session);
 int32_t TVCISavepoint(TVCISession *session, int32_t number);
 int32_t TVCIRollback(TVCISession *session, int32_t mode, int32_t number);
 
 /* Statements */
+
+/* Prepares a text of `length` bytes (-1: up to its NUL) on the server. Returns 0; -3; -1 refused,
+ * or "?" and ":name" mixed ("E19963"); -4; -5; -24. */
 int32_t TVCIPrepare(TVCIStmt *stmt, const char *text, int32_t length);
+
+/* Runs the prepared text. Returns 0; -1 when nothing is prepared or the server refuses; -13, -17;
+ * -4; -5; -24. At most 2000 rows are read before the call returns; the rest arrives in the
+ * background. */
 int32_t TVCIExecute(TVCIStmt *stmt);
+
+/* Runs a text without preparing it. Returns as TVCIExecute; -3 for a NULL text; -5 also for more
+ * than 4000 parameters. */
 int32_t TVCIExecDirect(TVCIStmt *stmt, const char *text, int32_t length);
+
+/* The same, giving a view of the first result, or NULL on any failure. It is freed with
+ * ResultClose and becomes empty when its statement is run, prepared, closed or freed. */
 ResultSet *TVCIExecuteResult(TVCIStmt *stmt);
 ResultSet *TVCIExecDirectResult(TVCIStmt *stmt, const char *text, int32_t length);
 void ResultClose(ResultSet *copy);
+
+/* Goes on to the next result of a response. Returns 0, or -7 when there is none. */
 int32_t TVCINextResult(TVCIStmt *stmt);
+
+/* Releases parts of a statement: mode 1 its parameters, 2 its defined columns, 3 everything but
+ * the handle. Returns 0; -3 for another mode. */
 int32_t TVCIStmtClose(TVCIStmt *stmt, int32_t mode);
 
 /* Parameters and columns */
+
+/* Binds a parameter, by position from 1 or by name without its colon.
+ *   kind           1 input, 2 output
+ *   value          read at execute; the application's
+ *   value_size     bytes of it; at least 1 for CType 2 and 15
+ *   return_length  the value's bytes at execute, 0 for NULL; NULL pointer: the text's own length,
+ *                  or `value_size` bytes of binary
+ *   sql_type       1 BOOLEAN, 2 TINYINT, 3 SMALLINT, 4 INTEGER, 5 BIGINT, 6 FLOAT, 7 DOUBLE,
+ *                  8 NUMERIC, 9 DATE, 10 TIME, 11 DATETIME, 12 CHAR, 13 BINARY, 14 CLOB, 16 BLOB,
+ *                  17 and 18 the zoned forms, 20 to 32 intervals, 33 to 45 geometry
+ * Returns 0; -3; -8 for a position, -1 for a name that the text does not have; -5. */
 int32_t TVCIBindParam(TVCIStmt *stmt, int32_t position, int32_t kind, void *value,
                       int32_t value_size, int32_t c_type, int32_t *return_code,
                       int32_t *return_length, int32_t sql_type);
 int32_t TVCIBindParamByName(TVCIStmt *stmt, const char *name, int32_t kind, void *value,
                             int32_t value_size, int32_t c_type, int32_t *return_code,
                             int32_t *return_length, int32_t sql_type);
+
+/* Says where a column (from 1) goes with each fetch. `return_code` receives 0, -1 NULL, -2 cut or
+ * -3 no conversion; `return_length` the bytes, of a cut value those that were left over. Either
+ * may be NULL. Returns 0, -3, or -5. */
 int32_t TVCIDefineColumn(TVCIStmt *stmt, int32_t column, void *buffer, int32_t buffer_size,
                          int32_t c_type, int32_t *return_code, int32_t *return_length);
+
+/* Gives the column handle of a position (from 1); it lives until the results are released.
+ * `attribute` is not used. Returns 0; 100 past the last column; -1 without a result; -3; -5. */
 int32_t TVCIParamGet(TVCIStmt *stmt, int32_t attribute, void **out, int32_t position);
 
 /* Rows */
+
+/* Fetches the next row into the defined columns. Returns 0; 100 at the end; -1 without rows to
+ * fetch. */
 int32_t TVCIFetch(TVCIStmt *stmt);
+
+/* Converts a column (from 1) of the current row. Returns the status of the value: 0, -1 NULL, -2
+ * cut, -3 no conversion or a bad argument; -1 for a column that is not there. */
 int32_t TVCIGetData(TVCIStmt *stmt, int32_t column, int32_t type, void *buffer,
                     int32_t buffer_length, int32_t *length_out);
 
 /* Large values */
+
+/* A holder of one large value; NULL when memory is short. TVCILobFree: 0, or -3 for NULL. */
 LobRecord *TVCILobAlloc(void);
 int32_t TVCILobFree(LobRecord *lob);
+
+/* Gives length and bytes of the value, which stay the holder's. Returns 0 or -3. */
 int32_t TVCILobGet(LobRecord *lob, int32_t *length_out, void **data_out);
+
+/* Replaces the value by a copy. Returns 0; -3; -1 for 2146435072 bytes and more; -5. */
 int32_t TVCILobWrite(LobRecord *lob, int32_t length, const void *bytes);
 
 #ifdef __cplusplus

@@ -1,4 +1,4 @@
-// The calendar clock and the process's run time.
+// The calendar clock.
 #include "platform/clock.h"
 
 #ifdef TAVU_TEST_SEAMS
@@ -22,10 +22,6 @@ static int64_t TestSeconds(void) {
 int64_t ClockSeconds(void) {
     int64_t fixed = TestSeconds();
     return fixed >= 0 ? fixed : (int64_t)time(NULL);
-}
-
-int64_t ClockRunMs(void) {
-    return (int64_t)clock() * 1000 / CLOCKS_PER_SEC;
 }
 
 int64_t ClockFromLocal(std::tm *local) {

@@ -1,4 +1,4 @@
-// Time: the calendar clock, the process's run time, the local calendar, and sleep.
+// Time: the calendar clock, the local calendar, and sleep.
 #pragma once
 
 #include <cstdint>
@@ -6,9 +6,6 @@
 
 // Seconds since 1970-01-01 00:00:00 UTC.
 int64_t ClockSeconds(void);
-
-// Milliseconds of processor time that the process has used.
-int64_t ClockRunMs(void);
 
 // Converts seconds to the local calendar. Returns false when they are out of its range.
 bool ClockToLocal(int64_t seconds, std::tm *local);

@@ -27,11 +27,3 @@ bool TextEqualNoCase(const char *first, const char *second) {
     }
     return LowerAscii(*first) == LowerAscii(*second);
 }
-
-bool TextStartsWithNoCase(const char *text, const char *prefix) {
-    while (*prefix != '\0' && LowerAscii(*text) == LowerAscii(*prefix)) {
-        text++;
-        prefix++;
-    }
-    return *prefix == '\0';
-}

@@ -78,9 +78,10 @@ struct ResultSet {
     int32_t row_size;   // bytes of one row image
     int32_t position;   // index of the row that the next fetch hands out
     RowStore store;
+    RowImage **next_slot;   // borrowed from the store: the place of row `position`; NULL when the
+                            // index must be asked
     RowImage *current_row;  // borrowed from the arena; NULL at the end of the data
     uint32_t affected;      // rows, for all kinds but rows
-    Mutex count_lock;       // guards the increment of store.row_count
     RowArena *arena;        // owned; NULL until the first rows are read
     void **text_cache;      // owned, field_count long; NULL but in a copy that was handed out
 };

@@ -18,6 +18,15 @@ static void WaitRowsAhead(const TVCIStmt *stmt, const ResultSet *result, int64_t
     }
 }
 
+// The index is read under the lock, for it may be growing; the blocks that it points to never move.
+static inline RowImage **NextSlot(TVCIStmt *stmt, ResultSet *result, int32_t position) {
+    if (result->next_slot != NULL && position % ROW_RUN != 0) return result->next_slot;
+    MutexLock(&stmt->lock);
+    RowImage **slot = RowSlot(result, position);
+    MutexUnlock(&stmt->lock);
+    return slot;
+}
+
 int32_t TVCIFetch(TVCIStmt *stmt) {
     if (!StmtIsLive(stmt)) return TVCI_INVALID_HANDLE;
     ResultSet *result = stmt->current;
@@ -29,10 +38,9 @@ int32_t TVCIFetch(TVCIStmt *stmt) {
     if (row_count == 0 || position == row_count || position == INT32_MAX) return EndOfRows(result);
     WaitRowsAhead(stmt, result, position);
 
-    MutexLock(&stmt->lock);
-    RowImage **slot = RowSlot(result, position);
+    RowImage **slot = NextSlot(stmt, result, position);
     result->current_row = slot == NULL ? NULL : *slot;
-    MutexUnlock(&stmt->lock);
+    result->next_slot = slot == NULL ? NULL : slot + 1;
     const DefineRecord *defines = stmt->bound_columns;
     const int32_t define_count = stmt->bound_column_count;
     for (int32_t i = 0; i < define_count; i++) {

@@ -9,8 +9,7 @@
 
 // Makes a result at the tail of the statement's list; NULL when memory is short.
 ResultSet *NewResultSet(TVCIStmt *stmt);
-// Frees what the result owns, not the record, which is ready for another field list afterwards;
-// `count_lock` is left alone.
+// Frees what the result owns, not the record, which is ready for another field list afterwards.
 void FreeResultSet(ResultSet *result);
 
 // Reads one column description: 0, -4 or -5. On failure the description owns nothing.
@@ -34,6 +33,9 @@ void BackgroundReaderEntry(void *argument);
 
 // Stores and counts a row. 0, or -5 when no block can be had for it: the row is lost.
 int32_t AppendRow(ResultSet *result, RowImage *row);
+// A block begins with a row whose number this divides; the place of any other row is behind the
+// place of the row before.
+constexpr int32_t ROW_RUN = 1000;
 // The place of row n, NULL when its block could not be had; a row that no store can hold ends the
 // process. Another thread than the row reader asks under the statement's lock.
 RowImage **RowSlot(ResultSet *result, int64_t n);

@@ -107,7 +107,6 @@ static int64_t ReceiveOrEnd(SocketId socket, void *bytes, size_t count) {
 }
 
 void NoteCall(Outcome *outcome, const char *call, int32_t code) {
-    if (getenv("FT")) fprintf(stderr, "%s = %d\n", call, code);
     SetGrace(0);
     waits_alone = false;
     outcome->last_call = call;

@@ -98,12 +98,13 @@ TEST(StmtPrepare, AllBlankTextIsClass0AndStaysTheCallers) {
     StmtRig rig;
     rig.Logon();
     OCIStmt *stmt = rig.NewStmt();
-    char *text = strdup(" \t\r\n ");
+    char *text = new char[6];
+    memcpy(text, " \t\r\n ", 6);
     rig.Exchange(Hex("3F 00000014 'PREPARE ST0 AS ' 20 09 0D 0A 20 00 00000000"), Ascii("K"));
     EXPECT_EQ(0, OCIStmtPrepare(stmt, rig.err, Text(text), 5, 0, 0));
     EXPECT_EQ((uint32_t)CLASS_OTHER, stmt->stmt_class);
     EXPECT_STREQ(" \t\r\n ", text);
-    free(text);
+    delete[] text;
 }
 
 TEST(StmtPrepare, FailureLeavesTheStatementPreparedWithoutText) {

@@ -40,9 +40,3 @@ TEST(TextEqualNoCase, FoldsAsciiOnly) {
     EXPECT_FALSE(TextEqualNoCase("\xC4", "\xE4"));
     EXPECT_TRUE(TextEqualNoCase("", ""));
 }
-
-TEST(TextStartsWithNoCase, TakesThePrefixOnly) {
-    EXPECT_TRUE(TextStartsWithNoCase("CHARSET_GBKx", "charset_gbk"));
-    EXPECT_TRUE(TextStartsWithNoCase("abc", ""));
-    EXPECT_FALSE(TextStartsWithNoCase("charset", "charset_"));
-}

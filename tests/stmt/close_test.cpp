@@ -172,6 +172,28 @@ TEST(StmtClose, ModeThreeWaitsForTheRowReader) {
     EXPECT_TRUE(rig.PermitIsFree());
 }
 
+TEST(StmtClose, ModeThreeReleasesResultsBeforeTheServerIsTold) {
+    StmtRig rig;
+    static TVCIStmt *stmt;
+    static uint8_t prepared_at_wait;
+    stmt = rig.stmt;
+    prepared_at_wait = 0;
+    rig.Prepare();
+    // What stands behind a full block leaves the response open.
+    EXPECT_EQ(0, rig.Answer(Hex(ONE_FIELD) + IntRows(0, 2000) + Hex("'Z'")));
+    rig.WaitReader();
+    WaitSetHook([](WaitPoint point) {
+        EXPECT_EQ(WAIT_RESPONSE_DONE, point);
+        prepared_at_wait = stmt->prepared;
+        stmt->response_done.store(1);
+    });
+    rig.Script(Hex("3F 00000011 'DEALLOCATE `ST0`;' 00 00000000"), Hex("'K'"));
+    EXPECT_EQ(0, TVCIStmtClose(rig.stmt, 3));
+    WaitSetHook(nullptr);
+    EXPECT_EQ(1, prepared_at_wait);
+    EXPECT_EQ(0, rig.stmt->prepared);
+}
+
 TEST(StmtClose, AnyOtherModeFreesTheHandle) {
     for (int32_t mode : {4, 0, 5, -1, 99}) {
         StmtRig rig;

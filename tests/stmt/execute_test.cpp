@@ -205,6 +205,47 @@ TEST(ExecDirect, RefusedParametersSendNothing) {
     EXPECT_TRUE(rig.PermitIsFree());
 }
 
+// What a second execution waits for first, while the row reader of the first one is at work.
+struct ReaderAtWork {
+    StmtRig rig;
+    inline static ScriptedPeer *peer;
+    inline static int32_t first_wait;
+
+    ReaderAtWork() {
+        peer = &rig.peer;
+        first_wait = -1;
+        rig.Prepare();
+        rig.peer.Expect(Hex(REQUEST_X));
+        rig.peer.Send(Hex(ONE_FIELD) + IntRows(0, 2000) + Hex("'R'"));
+        rig.peer.Gate("rest");
+        rig.peer.Send(Hex("00000004 000007D0 'K'"));
+        EXPECT_EQ(0, TVCIExecDirect(rig.stmt, "X", -1));
+        WaitSetHook([](WaitPoint point) {
+            first_wait = first_wait == -1 ? point : first_wait;
+            peer->Open("rest");
+        });
+    }
+    ~ReaderAtWork() {
+        WaitSetHook(nullptr);
+        rig.peer.Close();
+    }
+};
+
+TEST(Execute, WaitsForTheEndOfItsEarlierResponse) {
+    ReaderAtWork at_work;
+    at_work.rig.Script(Hex("3F 00000006 '? ST0 ' 00 00000000"), Hex("'K'"));
+    EXPECT_EQ(0, TVCIExecute(at_work.rig.stmt));
+    EXPECT_EQ(WAIT_RESPONSE_DONE, at_work.first_wait);
+    EXPECT_TRUE(at_work.rig.PermitIsFree());
+}
+
+TEST(ExecDirect, WaitsForThePermitBeforeTheEndOfItsEarlierResponse) {
+    ReaderAtWork at_work;
+    EXPECT_EQ(0, at_work.rig.Answer(Hex("'K'")));
+    EXPECT_EQ(WAIT_CONN_PERMIT, at_work.first_wait);
+    EXPECT_TRUE(at_work.rig.PermitIsFree());
+}
+
 TEST(ExecDirect, LeavesThePreparedStatement) {
     StmtRig rig;
     rig.Prepare();
@@ -252,6 +293,8 @@ static void FailNextSend() {
 TEST(ExecDirect, FlushThatFailsWithoutReconnectIsLost) {
     StmtRig rig;
     rig.SwitchReconnectOff();
+    EXPECT_EQ(0, rig.Answer(Hex("'K'")));
+    EXPECT_EQ(3, rig.stmt->state);
     FailNextSend();
     EXPECT_EQ(-4, TVCIExecDirect(rig.stmt, "X", -1));
     EXPECT_EQ(1, rig.stmt->response_done.load());

@@ -193,7 +193,7 @@ TEST(ParamScan, SingleDashAndSlashAreOrdinary) {
     EXPECT_EQ("1:a 2:b 3:c", rig.ParamsOf(":a-:b/:c"));
 }
 
-TEST(ParamScan, NameEndsAtItsNineStopsOnly) {
+TEST(ParamScan, NameEndsAtItsTenStopsOnly) {
     ScanRig rig;
     EXPECT_EQ("1:a 2:b 3:c 4:d 5:e 6:f 7:g 8:h 9:i 10:j",
               rig.ParamsOf("(:a):b*:c+:d,:e-:f/:g;:h :i\n:j\r"));

@@ -1,6 +1,8 @@
 // PREPARE on the wire: the request, every kind of answer, and taking the prepared statement down.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "stmt/prepare.h"
 #include "stmt/stmt_rig.h"
 
@@ -61,6 +63,7 @@ TEST(Prepare, AnswerWithFieldsAndParametersDescribesTheResult) {
     EXPECT_EQ(0, TVCIPrepare(rig.stmt, "X", -1));
     ASSERT_NE(nullptr, rig.Result(0));
     EXPECT_EQ(nullptr, rig.Result(1));
+    EXPECT_EQ(RESULT_ROWS, rig.Result(0)->kind);
     EXPECT_EQ(2, rig.Result(0)->field_count);
     EXPECT_STREQ("t", rig.Result(0)->fields[0].table);
     EXPECT_STREQ("M", rig.Result(0)->fields[1].name);
@@ -228,6 +231,16 @@ TEST(Prepare, PreparingAgainDropsParametersAndResults) {
     rig.peer.Close();
 }
 
+TEST(Prepare, PreparingAgainDropsParametersEvenIfTheNewOnesConflict) {
+    StmtRig rig;
+    rig.Script(Hex("3F 00000010 'PREPARE ST0 AS ?' 00 00000000"), Hex("'K'"));
+    EXPECT_EQ(0, TVCIPrepare(rig.stmt, "?", -1));
+    EXPECT_EQ(1, rig.stmt->param_count);
+    rig.Script(Hex("3F 0000000F 'DEALLOCATE ST0;' 00 00000000"), Hex("'K'"));
+    EXPECT_EQ(-1, TVCIPrepare(rig.stmt, "? :a", -1));
+    EXPECT_EQ(0, rig.stmt->param_count);
+}
+
 TEST(Prepare, RefusedDeallocateStillClearsThePreparedState) {
     StmtRig rig;
     rig.Prepare();
@@ -237,6 +250,9 @@ TEST(Prepare, RefusedDeallocateStillClearsThePreparedState) {
     EXPECT_EQ(0, rig.stmt->prepared);
     EXPECT_EQ("|", rig.Error());
     EXPECT_TRUE(rig.PermitIsFree());
+    // The letter behind the text was read, too.
+    EXPECT_EQ(0, rig.Answer(Hex("'U' 00000001 'K'")));
+    EXPECT_NE(nullptr, rig.Result(0));
 }
 
 TEST(Prepare, LostDeallocateKeepsThePreparedState) {
@@ -247,6 +263,21 @@ TEST(Prepare, LostDeallocateKeepsThePreparedState) {
     DeallocatePrepared(rig.stmt);
     EXPECT_EQ(1, rig.stmt->prepared);
     EXPECT_TRUE(rig.PermitIsFree());
+}
+
+TEST(Prepare, DeallocateBehindALostOneBearsTheNewerName) {
+    StmtRig rig;
+    rig.Prepare();
+    rig.peer.Expect(Hex("3F 0000000F 'DEALLOCATE ST0;' 00 00000000"));
+    rig.peer.Close();
+    rig.ScriptSecondLogin();
+    EXPECT_EQ(-24, TVCIPrepare(rig.stmt, "Y", -1));
+    EXPECT_EQ(1, rig.stmt->prepared);
+    rig.Script(Hex("3F 0000000F 'DEALLOCATE ST1;' 00 00000000"),
+               Hex("'E' 00000009 '[E10001]s' 'K'"));
+    rig.Script(Hex("3F 00000010 'PREPARE ST2 AS Y' 00 00000000"), Hex("'K'"));
+    EXPECT_EQ(0, TVCIPrepare(rig.stmt, "Y", -1));
+    rig.peer.Close();
 }
 
 TEST(Prepare, DeallocateOfAnUnpreparedStatementSendsNothing) {
@@ -279,6 +310,54 @@ TEST(Prepare, LostConnectionThatComesBackIsReported) {
     rig.Script(Hex("3F 00000010 'PREPARE ST1 AS X' 00 00000000"), Hex("'K'"));
     EXPECT_EQ(0, TVCIPrepare(rig.stmt, "X", -1));
     rig.peer.Close();
+}
+
+TEST(Prepare, ConnectionComesBackBesideAStatementThatWaitsForIt) {
+    StmtRig rig;
+    static ScriptedPeer *peer;
+    static TVCIStmt *other;
+    peer = &rig.peer;
+    other = rig.NewStmt();
+    rig.peer.Expect(Hex("3F 00000010 'PREPARE ST0 AS X' 00 00000000"));
+    rig.peer.Mark("asked");
+    rig.peer.Gate("other waits");
+    rig.peer.Close();
+    rig.ScriptSecondLogin();
+    rig.Script(Hex("3F 00000001 'Y' 00 00000000"), Hex("'U' 00000001 'K'"));
+    static int32_t result;
+    std::thread waiting([] {
+        EXPECT_TRUE(peer->WaitMark("asked"));
+        WaitSetHook([](WaitPoint) { peer->Open("other waits"); });
+        result = TVCIExecDirect(other, "Y", -1);
+        WaitSetHook(nullptr);
+    });
+    EXPECT_EQ(-24, TVCIPrepare(rig.stmt, "X", -1));
+    waiting.join();
+    EXPECT_EQ(0, result);
+    EXPECT_TRUE(rig.PermitIsFree());
+}
+
+TEST(ReadParamDescs, PassesOverTheDescriptionsOrTellsWhatFailed) {
+    const struct {
+        const char *answer;
+        int32_t result;
+    } row_table[] = {
+        {"00000000", 0},
+        {"00000002 00000001 'a' 00000005 00000004 00000000 "
+         "00000000 00000005 00000004 00000000",
+         0},
+        {"0000", -4},
+        {"00000001", -4},
+        {"00000001 00000001 'a' 00000005 00000004", -4},
+        {"00000001 FFFFFFFF", -5},
+        {"FFFFFFFF", -5},
+    };
+    for (const auto &row : row_table) {
+        StmtRig rig;
+        rig.peer.Send(Hex(row.answer));
+        rig.peer.Close();
+        EXPECT_EQ(row.result, ReadParamDescs(rig.stmt)) << row.answer;
+    }
 }
 
 TEST(Prepare, ShortMemoryEndsInACodeAndLeavesNothingBehind) {

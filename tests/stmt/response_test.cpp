@@ -186,6 +186,14 @@ TEST(ReadResponse, UnknownLettersFailAndLeaveTheRestUnread) {
     }
 }
 
+TEST(ReadResponse, RowsOfAnEarlierResponseSayNothingOfALaterOne) {
+    StmtRig rig;
+    EXPECT_EQ(0, rig.Answer(Hex("'K'")));
+    EXPECT_EQ(1, rig.stmt->rows_complete.load());
+    EXPECT_EQ(-1, rig.Answer(Hex("'B'")));
+    EXPECT_EQ(0, rig.stmt->rows_complete.load());
+}
+
 TEST(ReadResponse, ZeroByteIsAnUnknownLetter) {
     StmtRig rig;
     EXPECT_EQ(-1, rig.Answer(Hex("00")));

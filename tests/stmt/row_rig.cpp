@@ -82,7 +82,6 @@ ResultSet *RowRig::NewResult(const std::vector<int32_t> &types) {
     ResultSet *result = NewResultSet(&stmt);
     result->kind = RESULT_ROWS;
     EXPECT_EQ(0, ReadFieldList(result));
-    MutexInit(&result->count_lock);
     return result;
 }
 

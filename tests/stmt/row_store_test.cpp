@@ -12,10 +12,6 @@ struct RowStoreTest : testing::Test {
     ResultSet *result = NewResultSet(&rig.stmt);
     RowStore *store = &result->store;
 
-    RowStoreTest() {
-        MutexInit(&result->count_lock);
-    }
-
     static RowImage *RowNumber(int64_t n) {
         return (RowImage *)(uintptr_t)(n + 1);
     }

@@ -4,13 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 
 #include "wire/wire_rig.h"
 
 // Puts bytes into the receive buffer.
 static void Buffer(Connection *conn, const Bytes &bytes) {
-    std::memcpy(conn->recv_buf, bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), conn->recv_buf);
     conn->recv_fill = (int32_t)bytes.size();
     conn->recv_pos = 0;
 }
