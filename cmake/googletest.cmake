@@ -11,6 +11,6 @@ add_library(tavu_gtest STATIC
 target_include_directories(tavu_gtest SYSTEM
     PUBLIC ${TAVU_GOOGLETEST_DIR}/googletest/include ${TAVU_GOOGLETEST_DIR}/googlemock/include
     PRIVATE ${TAVU_GOOGLETEST_DIR}/googletest ${TAVU_GOOGLETEST_DIR}/googlemock)
-target_compile_options(tavu_gtest PRIVATE -w)
+target_compile_options(tavu_gtest PRIVATE -w ${TAVU_TEST_CODE_OPTIONS})
 target_link_libraries(tavu_gtest PUBLIC Threads::Threads)
 set_target_properties(tavu_gtest PROPERTIES EXPORT_COMPILE_COMMANDS OFF)

@@ -96,17 +96,18 @@ static size_t BindBufferBytes(uint32_t dty, int32_t value_sz) {
     return bytes < VALUE_BUFFER_BYTES_MIN ? VALUE_BUFFER_BYTES_MIN : bytes;
 }
 
+// A position of 0 names nothing: binds by name have it too.
+static bool IsBindOf(const OCIBind *bind, const BindRequest *request) {
+    if (request->kind == BIND_BY_POSITION) {
+        return request->position != 0 && bind->position == request->position;
+    }
+    return bind->name != NULL && request->placeholder != NULL &&
+           strcmp(bind->name, request->placeholder) == 0;
+}
+
 static OCIBind *FindBind(const OCIStmt *stmtp, const BindRequest *request) {
     for (int32_t i = 0; i < stmtp->bind_count; i++) {
-        OCIBind *bind = stmtp->binds[i];
-        if (request->kind == BIND_BY_POSITION) {
-            if (bind->name == NULL && bind->position == request->position && bind->position != 0) {
-                return bind;
-            }
-        } else if (bind->name != NULL && request->placeholder != NULL &&
-                   strcmp(bind->name, request->placeholder) == 0) {
-            return bind;
-        }
+        if (IsBindOf(stmtp->binds[i], request)) return stmtp->binds[i];
     }
     return NULL;
 }

@@ -142,13 +142,23 @@ static int32_t StmtAttrGet(const OCIStmt *stmtp, void *attributep, uint32_t *siz
 
 static int32_t ParamAttrGet(OCIParam *param, void *attributep, uint32_t *sizep, uint32_t attrtype) {
     bool into_name = attrtype == OCI_ATTR_NAME || attrtype == OCI_ATTR_TYPE_NAME;
+    bool into_word = attrtype == OCI_ATTR_DATA_TYPE;
     int32_t length = 0;
+    int32_t word = 0;
+    void *target = into_name ? param->name : attributep;
+    if (into_word) {
+        target = &word;
+    }
     int32_t result =
-        TVCIGetResultAttr(ParamColumn(param), OCI_DTYPE_PARAM, into_name ? param->name : attributep,
-                          &length, (int32_t)attrtype);
+        TVCIGetResultAttr(ParamColumn(param), OCI_DTYPE_PARAM, target, &length, (int32_t)attrtype);
     if (into_name) {
         const char *name = param->name;
         memcpy(attributep, &name, sizeof name);
+    }
+    if (into_word && result == 0) {
+        // The application's variable has 16 bits, where the native word has 32.
+        const uint16_t data_type = (uint16_t)word;
+        memcpy(attributep, &data_type, sizeof data_type);
     }
     switch (attrtype) {
         case OCI_ATTR_DATA_TYPE: StoreSize(sizep, 2); break;

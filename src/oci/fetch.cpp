@@ -24,9 +24,14 @@ static uint8_t *Element(OCIDefine *define, uint32_t row, size_t stride) {
 }
 
 // Numbers have no NULL of their own: what the buffer held is copied, and the indicator says 0.
-static void StoreFixed(OCIDefine *define, uint32_t row, uint32_t bytes) {
+static inline void StoreFixed(OCIDefine *define, uint32_t row, uint32_t bytes) {
     if (define->valuep != NULL) {
-        memcpy(Element(define, row, bytes), define->value_buffer, bytes);
+        uint8_t *element = Element(define, row, bytes);
+        switch (bytes) {
+            case 4: memcpy(element, define->value_buffer, 4); break;
+            case 8: memcpy(element, define->value_buffer, 8); break;
+            default: memcpy(element, define->value_buffer, bytes); break;
+        }
     }
     StoreLength(define, row, bytes);
     StoreIndicator(define, row, 0);

@@ -62,6 +62,7 @@ TVCIStmt *StmtNative(const OCIStmt *stmtp) {
     return native != NULL && native->type == TVCI_HTYPE_STMT ? native : NULL;
 }
 
+// A DDL text lies behind a LostBlock, so that it can be listed once it was run.
 static LostBlock *DdlBlock(char *ddl_text) {
     return ddl_text == NULL ? NULL : (LostBlock *)(void *)ddl_text - 1;
 }

@@ -83,7 +83,7 @@ struct TVCIStmt {
     uint32_t array_rows;
     std::atomic<int32_t> ahead_state;
     ResultSet *ahead_result;
-    ColumnHandle *column_handles;  // owned; NULL or field_count of the described result
+    ColumnHandle *column_handles;  // owned; column_handle_count long, or NULL
     int32_t column_handle_count;
     uint32_t result_generation;  // raised each time the results and column handles are released
     void **owner_slot;  // borrowed; the pointer above that names this handle, or NULL

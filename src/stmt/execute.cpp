@@ -9,7 +9,6 @@
 #include "stmt/statement.h"
 #include "values/encode.h"
 #include "wire/connection.h"
-#include "wire/reconnect.h"
 
 // Room for the text that runs a prepared statement: its name and three characters more.
 constexpr size_t RUN_TEXT_BYTES = sizeof(TVCIStmt::prepared_name) + 3;
@@ -61,10 +60,10 @@ int32_t TVCIExecute(TVCIStmt *stmt) {
 
 // Ends a direct execution whose request did not get out.
 static int32_t EndUnsent(TVCIStmt *stmt, Connection *conn) {
-    Connection *fresh = TVCIReconnect(stmt->session);
+    const int32_t result = ReplaceConnection(stmt, &conn);
     stmt->response_done.store(1, std::memory_order_release);
-    SemaphoreRelease(fresh == NULL ? &conn->use_semaphore : &fresh->use_semaphore);
-    return fresh == NULL ? TVCI_CONNECTION_LOST : TVCI_RECONNECTED;
+    SemaphoreRelease(&conn->use_semaphore);
+    return result;
 }
 
 static int32_t ExecDirect(TVCIStmt *stmt, const char *text, int32_t length, bool drops_prepared) {

@@ -14,7 +14,6 @@
 #include "stmt/statement.h"
 #include "values/bind.h"
 #include "wire/connection.h"
-#include "wire/reconnect.h"
 
 // What a PREPARE adds to the text: "PREPARE ", a name of at most 13 characters, " AS " and the NUL.
 constexpr size_t PREPARE_FRAME_BYTES = 32;
@@ -93,11 +92,7 @@ static int32_t ReadPrepareAnswer(TVCIStmt *stmt, Connection **conn) {
                 break;
         }
     }
-    Connection *fresh = TVCIReconnect(stmt->session);
-    if (fresh == NULL) return TVCI_CONNECTION_LOST;
-    stmt->session->conn = fresh;
-    *conn = fresh;
-    return TVCI_RECONNECTED;
+    return ReplaceConnection(stmt, conn);
 }
 
 int32_t TVCIPrepare(TVCIStmt *stmt, const char *text, int32_t length) {

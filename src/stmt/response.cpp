@@ -120,14 +120,23 @@ static bool EndCutShort(Response *response, int32_t result) {
     return EndResponse(response, result);
 }
 
-static bool EndConnectionLost(Response *response) {
-    TVCISession *session = response->stmt->session;
+int32_t ReplaceConnection(TVCIStmt *stmt, Connection **conn) {
+    TVCISession *session = stmt->session;
     Connection *fresh = TVCIReconnect(session);
-    if (fresh != NULL && fresh != session->conn) {
+    if (fresh == NULL) return TVCI_CONNECTION_LOST;
+    // Other statements of the session read the pointer while they wait for the permit: the record
+    // that is there already is not stored again.
+    if (fresh != session->conn) {
         session->conn = fresh;
     }
+    *conn = fresh;
+    return TVCI_RECONNECTED;
+}
+
+static bool EndConnectionLost(Response *response) {
+    const int32_t result = ReplaceConnection(response->stmt, &response->conn);
     response->stmt->response_done.store(1, std::memory_order_release);
-    return EndResponse(response, fresh == NULL ? TVCI_CONNECTION_LOST : TVCI_RECONNECTED);
+    return EndResponse(response, result);
 }
 
 // Reads the letter behind an item. That of the end is used up, any other, or none if there is none

@@ -16,6 +16,11 @@
 // is cut short never returns: its results are released, which waits for the end of this response.
 int32_t ReadResponse(TVCIStmt *stmt, bool *reader_started);
 
+// Brings back a connection that the statement's request found lost; nothing is sent again. The
+// caller holds the permit of `*conn`, which becomes the connection whose permit is to be released.
+// Returns -24, or -4 when there is no connection.
+int32_t ReplaceConnection(TVCIStmt *stmt, Connection **conn);
+
 // Waits for the end of the response, then frees all results of the statement.
 void ReleaseResults(TVCIStmt *stmt);
 

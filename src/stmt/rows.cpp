@@ -37,11 +37,12 @@ void FreeResultSet(ResultSet *result) {
 // Keeps an error, a message or a warning that stands between rows; it does not end the stream.
 static int32_t ReadNotice(Connection *conn, TVCIStmt *stmt) {
     char *text;
-    int32_t status = ConnReadString(conn, &text);
+    const int32_t status = ConnReadString(conn, &text);
     if (status != TVCI_SUCCESS) return status;
-    status = ErrInfoFromServer(&stmt->err, text);
+    // One that cannot be kept is lost; the rows behind it are read all the same.
+    ErrInfoFromServer(&stmt->err, text);
     MemFree(text);
-    return status;
+    return TVCI_SUCCESS;
 }
 
 // Reads on to the letter that opens a row: 0. 101 with any other letter pushed back, -4 or -5.

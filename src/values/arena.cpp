@@ -9,9 +9,12 @@
 constexpr size_t FAILURE_TEXT_BYTES = 64;
 
 // Makes a chunk record with a buffer of its own, all of it free; not linked.
-static ArenaChunk *NewChunk(int32_t capacity) {
+static ArenaChunk *NewChunk(int32_t capacity, bool large_value) {
     ArenaChunk *chunk = (ArenaChunk *)MemAlloc(sizeof(ArenaChunk));
-    uint8_t *data = chunk == NULL ? NULL : (uint8_t *)MemAllocRaw((size_t)capacity);
+    void *data = NULL;
+    if (chunk != NULL) {
+        data = large_value ? MemAllocRaw((size_t)capacity) : MemAllocChunk();
+    }
     if (data == NULL) {
         char text[FAILURE_TEXT_BYTES];
         snprintf(text, sizeof(text), "\n here malloc size %d failed \n", capacity);
@@ -19,7 +22,8 @@ static ArenaChunk *NewChunk(int32_t capacity) {
         MemFree(chunk);
         return NULL;
     }
-    chunk->data = data;
+    chunk->data = (uint8_t *)data;
+    chunk->large_value = large_value;
     chunk->capacity = capacity;
     chunk->free = capacity;
     return chunk;
@@ -28,7 +32,7 @@ static ArenaChunk *NewChunk(int32_t capacity) {
 RowArena *ArenaCreate(void) {
     RowArena *arena = (RowArena *)MemAlloc(sizeof(RowArena));
     if (arena == NULL) return NULL;
-    arena->first = NewChunk(ARENA_CHUNK_BYTES);
+    arena->first = NewChunk(ARENA_CHUNK_BYTES, false);
     if (arena->first == NULL) {
         MemFree(arena);
         return NULL;
@@ -42,7 +46,11 @@ void ArenaFree(RowArena *arena) {
     ArenaChunk *chunk = arena->first;
     while (chunk != NULL) {
         ArenaChunk *next = chunk->next;
-        MemFree(chunk->data);
+        if (chunk->large_value) {
+            MemFree(chunk->data);
+        } else {
+            MemFreeChunk(chunk->data);
+        }
         MemFree(chunk);
         chunk = next;
     }
@@ -58,7 +66,7 @@ static void LinkChunk(RowArena *arena, ArenaChunk *chunk) {
 
 // Opens a new running chunk and serves the request from its start.
 static void *AllocFromNewChunk(RowArena *arena, int32_t bytes) {
-    ArenaChunk *chunk = NewChunk(ARENA_CHUNK_BYTES);
+    ArenaChunk *chunk = NewChunk(ARENA_CHUNK_BYTES, false);
     if (chunk == NULL) return NULL;
     LinkChunk(arena, chunk);
     chunk->used = bytes + 1;
@@ -69,7 +77,7 @@ static void *AllocFromNewChunk(RowArena *arena, int32_t bytes) {
 // Serves the request with a buffer of its exact size. The running chunk moves into the new record,
 // which comes behind the old one, so that what it has left is used by the next small request.
 static void *AllocOwnBuffer(RowArena *arena, int32_t bytes) {
-    ArenaChunk *chunk = NewChunk(bytes + 1);
+    ArenaChunk *chunk = NewChunk(bytes + 1, true);
     if (chunk == NULL) return NULL;
     ArenaChunk *old = arena->current;
     uint8_t *own_data = chunk->data;
@@ -77,8 +85,10 @@ static void *AllocOwnBuffer(RowArena *arena, int32_t bytes) {
     chunk->capacity = old->capacity;
     chunk->used = old->used;
     chunk->free = old->free;
+    chunk->large_value = old->large_value;
     LinkChunk(arena, chunk);
     old->data = own_data;
+    old->large_value = true;
     old->capacity = bytes + 1;
     old->used = bytes + 1;
     old->free = 0;

@@ -8,9 +8,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/memory.h"
 #include "records/result.h"
 
-constexpr int32_t ARENA_CHUNK_BYTES = 65536;
+constexpr int32_t ARENA_CHUNK_BYTES = MEM_CHUNK_BYTES;
 // A request above this may start a chunk of its own size.
 constexpr int32_t ARENA_LARGE_BYTES = 32768;
 

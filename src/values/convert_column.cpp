@@ -88,7 +88,6 @@ static Converted ConvertForColumn(int32_t c_type, const Target *target, const Co
         case TVCI_C_INTERVAL: return DoneIf(ToInterval(value, buffer), sizeof(IntervalRec));
         case TVCI_C_INTERVAL_YM: return DoneIf(ToIntervalYm(value, buffer), sizeof(IntervalYmRec));
         case TVCI_C_INTERVAL_DS: return DoneIf(ToIntervalDs(value, buffer), sizeof(IntervalDsRec));
-        case TVCI_C_LOB: return NoConversion();
         default: return NoConversion();
     }
 }

@@ -164,16 +164,12 @@ static bool IsReal(int32_t c_type) {
     return c_type == TVCI_C_FLOAT || c_type == TVCI_C_DOUBLE;
 }
 
-// An integer, with its sign. The call interface binds a 16-bit buffer under the 32-bit form: where
-// the buffer is narrower than the form, the buffer says how much there is to read.
+// An integer, with its sign.
 static int64_t LoadInteger(const BindRecord *bind) {
-    int32_t width = ValueWidth(bind->c_type);
-    const int32_t size = bind->value_size;
-    if (size < width && (size == 1 || size == 2 || size == 4)) width = size;
-    switch (width) {
-        case 1: return ValueAs<int8_t>(bind);
-        case 2: return ValueAs<int16_t>(bind);
-        case 4: return ValueAs<int32_t>(bind);
+    switch (bind->c_type) {
+        case TVCI_C_TINYINT: return ValueAs<int8_t>(bind);
+        case TVCI_C_SMALLINT: return ValueAs<int16_t>(bind);
+        case TVCI_C_INT: return ValueAs<int32_t>(bind);
         default: return ValueAs<int64_t>(bind);
     }
 }
@@ -186,6 +182,17 @@ static double LoadReal(const BindRecord *bind) {
 static int32_t LoadInt32(const BindRecord *bind) {
     if (IsInteger(bind->c_type)) return (int32_t)LoadInteger(bind);
     return IsReal(bind->c_type) ? CutToInt32(LoadReal(bind)) : 0;
+}
+
+static uint8_t LoadInt8(const BindRecord *bind) {
+    return IsInteger(bind->c_type) ? ValueAs<uint8_t>(bind) : (uint8_t)LoadInt32(bind);
+}
+
+// Of a wider integer nothing is read behind its low bits: the call interface binds 16-bit buffers
+// under the 32-bit form.
+static uint16_t LoadInt16(const BindRecord *bind) {
+    const bool wide = IsInteger(bind->c_type) && bind->c_type != TVCI_C_TINYINT;
+    return wide ? ValueAs<uint16_t>(bind) : (uint16_t)LoadInt32(bind);
 }
 
 static int64_t LoadInt64(const BindRecord *bind) {
@@ -445,13 +452,13 @@ static void SendValue(Connection *conn, const BindRecord *bind, int32_t sql_type
             ConnWriteInt32(conn, (uint32_t)LoadBoolean(bind));
             break;
         case SQL_TINYINT: {
-            const uint8_t byte = (uint8_t)LoadInt32(bind);
+            const uint8_t byte = LoadInt8(bind);
             SendBytes(conn, TYPE_TINYINT, &byte, 1);
             break;
         }
         case SQL_SMALLINT:
             SendHead(conn, TYPE_SMALLINT, 2);
-            ConnWriteInt16(conn, (uint16_t)LoadInt32(bind));
+            ConnWriteInt16(conn, LoadInt16(bind));
             break;
         case SQL_INTEGER:
             SendHead(conn, TYPE_INTEGER, 4);

@@ -86,6 +86,8 @@ int32_t TypeToSqlType(int32_t type_id) {
 RowImage *RowCreate(RowArena *arena, int32_t row_size, int32_t column_count) {
     RowImage *row = (RowImage *)ArenaAlloc(arena, row_size);
     if (row == NULL) return NULL;
+    __builtin_prefetch((const void *)((uintptr_t)row + 512), 1);
+    __builtin_prefetch((const void *)((uintptr_t)row + 576), 1);
     memset(row, 0, (size_t)row_size + 1);
     uint8_t *status = row + ROW_HEADER_BYTES;
     int32_t column = 0;

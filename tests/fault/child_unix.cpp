@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "fault/child.h"
+#include "platform/debug.h"
 #include "platform/memory.h"
 #include "platform/socket.h"
 #include "platform/wait.h"
@@ -128,6 +129,7 @@ static void RunAsChild(const std::function<void(Outcome *)> &run) {
     threads_at_start = ThreadCount();
     WaitSetHook(OnWait);
     WaitSkipSleeps(true);
+    DebugSetHook([](const char *) {});
     SocketSetHooks(nullptr, ReceiveOrEnd);
     blocks_at_start = MemLiveBlocks();
     run(child_outcome);

@@ -419,9 +419,10 @@ TEST(AttrGet, ColumnNameOverItsRoomIsCut) {
 
 TEST(AttrGet, ColumnTypeHasSize2AndWidthSize4) {
     DescribeRig rig;
-    EXPECT_EQ(5u, rig.Word(1, OCI_ATTR_DATA_TYPE, 0, 2));
-    EXPECT_EQ(2u, rig.Word(2, OCI_ATTR_DATA_TYPE, 0, 2));
-    EXPECT_EQ(9u, rig.Word(3, OCI_ATTR_DATA_TYPE, 0, 2));
+    // What lies behind the two bytes is the application's.
+    EXPECT_EQ(0xABAB0005u, rig.Word(1, OCI_ATTR_DATA_TYPE, 0, 2));
+    EXPECT_EQ(0xABAB0002u, rig.Word(2, OCI_ATTR_DATA_TYPE, 0, 2));
+    EXPECT_EQ(0xABAB0009u, rig.Word(3, OCI_ATTR_DATA_TYPE, 0, 2));
     EXPECT_EQ(4u, rig.Word(1, OCI_ATTR_DATA_SIZE, 0, 4));
     EXPECT_EQ(10u, rig.Word(2, OCI_ATTR_DATA_SIZE, 0, 4));
     EXPECT_EQ(20u, rig.Word(4, OCI_ATTR_DATA_SIZE, 0, 4));

@@ -162,6 +162,33 @@ TEST(Fetch, CountersRunOnOverExecutions) {
     EXPECT_EQ(3u, rig.stmt->rows_total);
 }
 
+static const Bytes ANSWER_OF_EVERY_TYPE =
+    Hex("'A' 0000000B"
+        "00000001 'A' 00000003 FFFFFFFF 00000000"
+        "00000001 'B' 00000004 FFFFFFFF 00000000"
+        "00000001 'C' 00000005 FFFFFFFF 00000000"
+        "00000001 'D' 00000006 FFFFFFFF 00000000"
+        "00000001 'E' 00000008 FFFFFFFF 00000000"
+        "00000001 'F' 00000009 FFFFFFFF 00000000"
+        "00000001 'G' 0000001E 0000000A 00000000"
+        "00000001 'H' 0000001E 0000000A 00000000"
+        "00000001 'I' 00000021 0000000A 00000000"
+        "00000001 'J' 0000000D FFFFFFFF 00000000"
+        "00000005 'ROWID' 0000002D 00000008 00000000"
+        "'R'"
+        "00000001 FE"
+        "00000002 8000"
+        "00000004 7FFFFFFF"
+        "00000008 8000000000000001"
+        "00000004 C0200000"
+        "00000008 400A000000000000"
+        "00000003 'abc'"
+        "00000004 'text'"
+        "00000003 00FF01"
+        "00000008 0000018DF4613DB0"
+        "00000008 'AAAA0001'"
+        " 'K'");
+
 // One select with a column of each kind, its answer written out byte by byte.
 TEST(Fetch, EveryTypeOfOneRowArrives) {
     StmtRig rig;
@@ -196,32 +223,7 @@ TEST(Fetch, EveryTypeOfOneRowArrives) {
         ASSERT_EQ(0, rig.Define(stmt, i + 1, targets[i].values, targets[i].value_sz, targets[i].dty,
                                 &indicators[i], &lengths[i]));
     }
-    rig.Exchange(Hex("3F 00000006 '? ST0 ' 00 00000000"),
-                 Hex("'A' 0000000B"
-                     "00000001 'A' 00000003 FFFFFFFF 00000000"
-                     "00000001 'B' 00000004 FFFFFFFF 00000000"
-                     "00000001 'C' 00000005 FFFFFFFF 00000000"
-                     "00000001 'D' 00000006 FFFFFFFF 00000000"
-                     "00000001 'E' 00000008 FFFFFFFF 00000000"
-                     "00000001 'F' 00000009 FFFFFFFF 00000000"
-                     "00000001 'G' 0000001E 0000000A 00000000"
-                     "00000001 'H' 0000001E 0000000A 00000000"
-                     "00000001 'I' 00000021 0000000A 00000000"
-                     "00000001 'J' 0000000D FFFFFFFF 00000000"
-                     "00000005 'ROWID' 0000002D 00000008 00000000"
-                     "'R'"
-                     "00000001 FE"
-                     "00000002 8000"
-                     "00000004 7FFFFFFF"
-                     "00000008 8000000000000001"
-                     "00000004 C0200000"
-                     "00000008 400A000000000000"
-                     "00000003 'abc'"
-                     "00000004 'text'"
-                     "00000003 00FF01"
-                     "00000008 0000018DF4613DB0"
-                     "00000008 'AAAA0001'"
-                     " 'K'"));
+    rig.Exchange(Hex("3F 00000006 '? ST0 ' 00 00000000"), ANSWER_OF_EVERY_TYPE);
     ASSERT_EQ(0, rig.Execute(stmt, 1)) << rig.Error();
     EXPECT_EQ(-2, tiny);
     EXPECT_EQ(INT16_MIN, small);
@@ -666,7 +668,10 @@ TEST(FetchPieces, DefineInMode2MakesTheFetchReturn99AndTheValueWaits) {
     // None of this fetched another row.
     EXPECT_EQ(1u, rig.stmt->rows_total);
 
+    // The next row makes the define wanted again.
     EXPECT_EQ(99, rig.Fetch(rig.stmt, 1));
+    EXPECT_EQ(define, rig.InNeed(&code));
+    EXPECT_EQ(OCI_FIRST_PIECE, code);
     EXPECT_EQ(0, rig.Piece(define, 16));
     EXPECT_EQ(4u, rig.bytes);
     EXPECT_EQ(0, memcmp("next#", rig.piece, 5));

@@ -219,7 +219,7 @@ TEST(SessionBegin, NobodyListeningIsAFailureWithTheClientsText) {
     EXPECT_EQ(0, rig.session->logged_on);
 }
 
-TEST(SessionBegin, AUserNameOf128BytesReadsOnIntoThePassword) {
+TEST(SessionBegin, AUserNameThatFillsItsFieldIsCutToWhatTheNativeSessionKeeps) {
     SessionRig rig;
     rig.SetUser(std::string(128, 'u'));
     rig.SetPassword(std::string(128, 'p'));

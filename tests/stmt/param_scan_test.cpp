@@ -132,6 +132,7 @@ TEST(ParamScan, NameThatStandsTwiceIsOneParameter) {
 TEST(ParamScan, NamesAreToldApartByCase) {
     ScanRig rig;
     EXPECT_EQ("1:a 2:A 3:ab", rig.ParamsOf(":a :A :ab :a"));
+    EXPECT_EQ("1:ab 2:a", rig.ParamsOf(":ab :a"));
 }
 
 TEST(ParamScan, ColonEqualsIsNoMarker) {
@@ -311,6 +312,16 @@ TEST(ParamsForDirect, OtherCountIsRefusedAndTheNewParametersStay) {
     EXPECT_EQ("1? 2?", rig.Params());
     EXPECT_EQ(0, rig.stmt->params[0].bound);
     EXPECT_TRUE(rig.ScanForDirect("values (?, ?)"));
+}
+
+TEST(ParamsForDirect, FewerMarkersThanBindsAreAnotherCountToo) {
+    ScanRig rig;
+    rig.BindByName("a");
+    rig.BindByName("b");
+    EXPECT_FALSE(rig.ScanForDirect("values (:a)"));
+    EXPECT_EQ("E19962| params bind num conflict with execute sql", rig.Error());
+    EXPECT_EQ("1:a", rig.Params());
+    EXPECT_EQ(0, rig.stmt->params[0].bound);
 }
 
 TEST(ParamsForDirect, OtherCountLeavesAnOlderErrorAlone) {

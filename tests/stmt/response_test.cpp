@@ -507,6 +507,27 @@ TEST(ReleaseResults, WaitsForTheFetchAheadReader) {
     EXPECT_EQ(nullptr, rig.Result(0));
 }
 
+TEST(ReleaseResults, WaitsForNoFetchAheadReaderWithoutBothCursorFlags) {
+    for (uint8_t use_server_cursor : {0, 1}) {
+        StmtRig rig;
+        EXPECT_EQ(0, rig.Answer(Hex("'U' 00000001 'K'")));
+        rig.stmt->use_server_cursor = use_server_cursor;
+        rig.stmt->fetch_ahead = use_server_cursor == 0;
+        rig.stmt->ahead_result = rig.Result(0);
+        rig.stmt->ahead_state.store(1);
+        static TVCIStmt *stmt;
+        stmt = rig.stmt;
+        WaitSetHook([](WaitPoint point) {
+            ADD_FAILURE() << WaitPointName(point);
+            stmt->ahead_state.store(7);
+        });
+        ReleaseResults(rig.stmt);
+        WaitSetHook(nullptr);
+        EXPECT_EQ(nullptr, rig.Result(0));
+        rig.stmt->ahead_result = nullptr;
+    }
+}
+
 TEST(ReleaseResults, DropsColumnHandlesAndCurrent) {
     StmtRig rig;
     EXPECT_EQ(0, rig.Answer(Hex(ONE_FIELD) + Hex("'R' 00000004 0000002A 'K'")));

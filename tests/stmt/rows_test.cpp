@@ -242,6 +242,14 @@ TEST(ReadRow, ALongBookmarkWritesNothingBehindItsRoom) {
               HexText(ImageBytes(row, 4, 30)));
 }
 
+TEST(ReadRow, ALongBookmarkOfARowWithoutColumnsLeavesItsSpareByte) {
+    RowRig rig;
+    ResultSet *result = ResultWith(&rig, {}, Hex("'*' 00000019 'abcdefghijklmnopqrstuvwxy' 'K'"));
+    RowImage *row = nullptr;
+    ASSERT_EQ(0, ReadRow(result, &row));
+    EXPECT_EQ(HexText(Hex("0000 0000 'abcdefghijklmnopqrst' 00")), HexText(ImageBytes(row, 0, 25)));
+}
+
 TEST(ReadRow, ABookmarkOf20BytesAndOneOfNone) {
     RowRig rig;
     ResultSet *result = ResultWith(&rig, {3},
@@ -308,6 +316,21 @@ TEST(ReadRow, ANoticeOfNegativeLengthIsNoMemory) {
     RowImage *row = nullptr;
     EXPECT_EQ(-5, ReadRow(result, &row));
     EXPECT_EQ(HexText(Hex("'R' 00000001 5A 'K'")), HexText(rig.Unread()));
+}
+
+TEST(ReadRow, ANoticeThatCannotBeKeptIsLostAndTheRowBehindItIsRead) {
+    // The text is the first request, the record and its message are the next two.
+    for (const uint64_t request : {2, 3}) {
+        RowRig rig;
+        ResultSet *result =
+            ResultWith(&rig, {3}, Hex("'E' 0000000D '[E13001]twice' 'R' 00000001 5A 'K'"));
+        RowImage *row = nullptr;
+        MemFailAt(request);
+        ASSERT_EQ(0, ReadRow(result, &row)) << request;
+        EXPECT_TRUE(MemFailed());
+        EXPECT_EQ("", rig.Error());
+        EXPECT_EQ(0x5A, *RowGetValue(row, result->fields, 0, nullptr));
+    }
 }
 
 TEST(ReadRow, AnyOtherLetterIsPushedBackAndEndsTheStream) {
@@ -490,6 +513,20 @@ TEST(ReadFirstRows, AFailedRowStopsItAndTheRowsBeforeStay) {
     ExpectCounting(result, 3);
 }
 
+TEST(ReadFirstRows, ARowThatCannotBeStoredIsLostAndCountedAsRead) {
+    RowRig rig;
+    ResultSet *result = rig.NewResult({5});
+    rig.Arrive(CountingRows(0, 3) + Hex("'K'"));
+    // Behind the three blocks of the arena comes the index, for the first row.
+    MemFailAt(4);
+    EXPECT_EQ(3, ReadFirstRows(result));
+    EXPECT_TRUE(MemFailed());
+    EXPECT_EQ('K', rig.conn->pushback);
+    ASSERT_EQ(2, result->store.row_count.load());
+    EXPECT_EQ(1, CountAt(result, 0));
+    EXPECT_EQ(2, CountAt(result, 1));
+}
+
 TEST(ReadFirstRows, AnyAllocationThatFailsCostsRowsAndNothingElse) {
     const Bytes stream = Hex("'M' 00000007 '[E1]msg'") + Repeat(MixedRow(), 1200) + Hex("'K'");
     bool failed = true;
@@ -526,11 +563,24 @@ TEST(ReadRemainingRows, TheLastLetterEndsTheResponse) {
     ExpectCounting(result, 5000);
 }
 
+TEST(ReadRemainingRows, ARowThatCannotBeStoredIsLostAndDoesNotEndTheStream) {
+    RowRig rig;
+    ResultSet *result = ResultWith(&rig, {5}, CountingRows(0, 3) + Hex("'K'"));
+    MemFailAt(1);
+    EXPECT_EQ(0, ReadRemainingRows(result));
+    EXPECT_TRUE(MemFailed());
+    EXPECT_EQ(1, rig.stmt.response_done.load());
+    ASSERT_EQ(2, result->store.row_count.load());
+    EXPECT_EQ(1, CountAt(result, 0));
+    EXPECT_EQ(2, CountAt(result, 1));
+}
+
 TEST(ReadRemainingRows, AnotherItemBehindTheRowsLeavesTheResponseOpen) {
     RowRig rig;
     ResultSet *result = rig.NewResult({5});
     rig.Arrive(CountingRows(0, 2001) + Hex("'U' 00000001 'K'"));
     EXPECT_EQ(2000, ReadFirstRows(result));
+    rig.stmt.response_done = 1;
     EXPECT_EQ(-1, ReadRemainingRows(result));
     EXPECT_EQ(1, rig.stmt.rows_complete.load());
     EXPECT_EQ(0, rig.stmt.response_done.load());
@@ -544,6 +594,7 @@ TEST(ReadRemainingRows, ALostConnectionLeavesTheResponseOpenAndPushesNothingBack
     ResultSet *result = rig.NewResult({5});
     rig.Arrive(CountingRows(0, 2001) + Hex("'R' 00000004 01"));
     EXPECT_EQ(2000, ReadFirstRows(result));
+    rig.stmt.response_done = 1;
     EXPECT_EQ(-1, ReadRemainingRows(result));
     EXPECT_EQ(1, rig.stmt.rows_complete.load());
     EXPECT_EQ(0, rig.stmt.response_done.load());

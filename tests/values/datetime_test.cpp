@@ -125,6 +125,13 @@ TEST(SplitDate, EveryDayTo9999IsTheTrueDate) {
     }
 }
 
+TEST(SplitDate, TheYearsBehind9999AreTrue) {
+    // More than 400 years: every place in the cycle of the leap years.
+    for (int32_t days = DaysOf(10000, 1, 1); days <= DaysOf(10900, 12, 31); days++) {
+        ASSERT_EQ(TrueDate(days), DateOf(days)) << days;
+    }
+}
+
 TEST(SplitDate, TheYearStartsBefore1969AreTrue) {
     EXPECT_EQ((DateRec{1969, 1, 1}), DateOf(-365));
     EXPECT_EQ((DateRec{1968, 1, 1}), DateOf(-731));
@@ -153,6 +160,23 @@ TEST(SplitDate, TheYearTo18911230ReadsOneDayEarly) {
     }
     EXPECT_EQ((DateRec{1890, 12, 30}), DateOf(DaysOf(1890, 12, 30)));
     EXPECT_EQ((DateRec{1891, 12, 31}), DateOf(DaysOf(1891, 12, 31)));
+}
+
+// Whether a day of the years 1 to 1899 is one that reads early. There are a year of such days in
+// every fourth year; from the 71st year of a century on they begin and end a day sooner, unless the
+// century ends in a leap year, and its last year has none.
+static bool ReadsEarly(int32_t days) {
+    const int32_t year = TrueDate(days).year;
+    const bool leap_century = (year / 100 + 1) % 4 == 0;
+    if (year % 100 < 70 || leap_century) return year % 4 == 3;
+    const int32_t year_tomorrow = TrueDate(days + 1).year;
+    return year_tomorrow % 4 == 3 && year_tomorrow % 100 != 99;
+}
+
+TEST(SplitDate, EveryDayBackToTheYear1IsTrueOrReadsOneDayEarly) {
+    for (int32_t days = DaysOf(1, 1, 1); days <= DaysOf(1899, 12, 31); days++) {
+        ASSERT_EQ(TrueDate(days - ReadsEarly(days)), DateOf(days)) << days;
+    }
 }
 
 TEST(SplitDate, TheEndsOfTheRange) {

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <source_location>
 #include <string>
 
 #include "platform/memory.h"
@@ -38,11 +39,15 @@ struct Parameter {
         return *this;
     }
 
+    // A value of fixed width, without a size.
     template <typename T>
     Parameter &Value(T value) {
-        Bytes raw(sizeof(value));
-        memcpy(raw.data(), &value, sizeof(value));
-        return Value(raw, 0);
+        return Raw(&value, sizeof(value));
+    }
+
+    Parameter &Raw(const void *value, size_t size) {
+        const uint8_t *raw = (const uint8_t *)value;
+        return Value(Bytes(raw, raw + size), 0);
     }
 
     Parameter &Text(const std::string &text) {
@@ -72,9 +77,13 @@ struct Parameter {
     }
 };
 
+static Bytes SentRaw(int32_t sql_type, int32_t c_type, const void *value, size_t size) {
+    return Parameter(sql_type, c_type).Raw(value, size).Sent();
+}
+
 template <typename T>
 static Bytes Sent(int32_t sql_type, int32_t c_type, T value) {
-    return Parameter(sql_type, c_type).Value(value).Sent();
+    return SentRaw(sql_type, c_type, &value, sizeof(value));
 }
 
 static Bytes SentText(int32_t sql_type, const std::string &text) {
@@ -85,14 +94,39 @@ static Bytes SentBytes(int32_t sql_type, int32_t c_type, const Bytes &bytes, int
     return Parameter(sql_type, c_type).Value(bytes, (int32_t)bytes.size()).Length(length).Sent();
 }
 
-static const Bytes NOTHING;
-static const Bytes EMPTY_TEXT = Hex("001E 00000000");
+typedef std::source_location Place;
+
+// Plain calls instead of an assertion at every place, for the time that those take to compile.
+static void ExpectIs(const Bytes &sent, const char *wanted, Place place = Place::current()) {
+    if (sent == Hex(wanted)) return;
+    ADD_FAILURE_AT(place.file_name(), (int)place.line())
+        << "sent " << HexText(sent) << "\nwanted " << wanted;
+}
+
+template <typename T>
+static void ExpectSends(int32_t sql_type, int32_t c_type, T value, const char *wanted,
+                        Place place = Place::current()) {
+    ExpectIs(SentRaw(sql_type, c_type, &value, sizeof(value)), wanted, place);
+}
+
+static void ExpectSendsText(int32_t sql_type, const char *text, const char *wanted,
+                            Place place = Place::current()) {
+    ExpectIs(SentText(sql_type, text), wanted, place);
+}
+
+static void ExpectSendsBytes(int32_t sql_type, int32_t c_type, const Bytes &bytes, int32_t length,
+                             const char *wanted, Place place = Place::current()) {
+    ExpectIs(SentBytes(sql_type, c_type, bytes, length), wanted, place);
+}
+
+constexpr char NOTHING[] = "";
+constexpr char EMPTY_TEXT[] = "001E 00000000";
 
 TEST(ParamSend, AnUnboundParameterSendsNothing) {
     Parameter parameter(4, TVCI_C_INT);
     parameter.param.bound = 0;
     parameter.param.bind = NULL;
-    EXPECT_EQ(NOTHING, parameter.Frame());
+    ExpectIs(parameter.Frame(), NOTHING);
 }
 
 TEST(ParamSend, TheNameGoesFirst) {
@@ -100,30 +134,30 @@ TEST(ParamSend, TheNameGoesFirst) {
     parameter.Value<int32_t>(66051);
     char name[] = "id";
     parameter.param.name = name;
-    EXPECT_EQ(Hex("0002 'id' 0001 0005 00000004 00010203"), parameter.Frame());
+    ExpectIs(parameter.Frame(), "0002 'id' 0001 0005 00000004 00010203");
 }
 
 TEST(ParamSend, WithoutANameALengthOf0) {
-    EXPECT_EQ(Hex("0000 0001 0005 00000004 00010203"),
-              Parameter(4, TVCI_C_INT).Value<int32_t>(66051).Frame());
+    ExpectIs(Parameter(4, TVCI_C_INT).Value<int32_t>(66051).Frame(),
+             "0000 0001 0005 00000004 00010203");
 }
 
 TEST(ParamSend, ANullValueHasItsTypeAndALengthOf0) {
-    EXPECT_EQ(Hex("0000 0001 0005 00000000"),
-              Parameter(4, TVCI_C_INT).Value<int32_t>(7).Length(0).Frame());
-    EXPECT_EQ(Hex("001E 00000000"), SentBytes(12, TVCI_C_CHAR, Ascii("abc"), 0));
+    ExpectIs(Parameter(4, TVCI_C_INT).Value<int32_t>(7).Length(0).Frame(),
+             "0000 0001 0005 00000000");
+    ExpectSendsBytes(12, TVCI_C_CHAR, Ascii("abc"), 0, "001E 00000000");
 }
 
 TEST(ParamSend, AnOutputParameterIsEmpty) {
     Parameter parameter(4, TVCI_C_INT);
     parameter.Value<int32_t>(7).param.kind = 2;
-    EXPECT_EQ(Hex("0000 0002 0005 00000000"), parameter.Frame());
+    ExpectIs(parameter.Frame(), "0000 0002 0005 00000000");
 }
 
 TEST(ParamSend, AnyOtherDirectionCarriesItsValue) {
     Parameter parameter(2, TVCI_C_TINYINT);
     parameter.Value<int8_t>(7).param.kind = 3;
-    EXPECT_EQ(Hex("0000 0003 0003 00000001 07"), parameter.Frame());
+    ExpectIs(parameter.Frame(), "0000 0003 0003 00000001 07");
 }
 
 TEST(ParamSend, TheTypeOfANullByItsDeclaration) {
@@ -152,168 +186,171 @@ TEST(ParamSend, TheTypeOfANullByItsDeclaration) {
 
 TEST(ParamSend, ANullGeometryHasACountOf0Before) {
     for (int32_t sql_type = 33; sql_type <= 45; sql_type++) {
-        EXPECT_EQ(Hex("001E 00000000 00000000"),
-                  Parameter(sql_type, TVCI_C_CHAR).Text("x").Length(0).Sent());
+        ExpectIs(Parameter(sql_type, TVCI_C_CHAR).Text("x").Length(0).Sent(),
+                 "001E 00000000 00000000");
     }
 }
 
 TEST(ParamSend, LengthOfATextWithoutALengthVariable) {
-    EXPECT_EQ(Hex("001E 00000003 'abc'"), SentText(12, "abc"));
-    EXPECT_EQ(Hex("001E 00000002 'ab'"), Parameter(12, 2).Value(Ascii("abc"), 2).Sent());
-    EXPECT_EQ(Hex("001E 00000003 'abc'"), Parameter(12, 2).Value(Ascii("abc"), 3).Sent());
-    EXPECT_EQ(EMPTY_TEXT, SentText(12, ""));
+    ExpectSendsText(12, "abc", "001E 00000003 'abc'");
+    ExpectIs(Parameter(12, 2).Value(Ascii("abc"), 2).Sent(), "001E 00000002 'ab'");
+    ExpectIs(Parameter(12, 2).Value(Ascii("abc"), 3).Sent(), "001E 00000003 'abc'");
+    ExpectSendsText(12, "", EMPTY_TEXT);
 }
 
 TEST(ParamSend, LengthOfBytesWithoutALengthVariable) {
-    EXPECT_EQ(Hex("0021 00000003 000102"), Parameter(13, 15).Value(Hex("000102"), 3).Sent());
+    ExpectIs(Parameter(13, 15).Value(Hex("000102"), 3).Sent(), "0021 00000003 000102");
 }
 
 TEST(ParamSend, ALengthVariableIsCappedAtTheSizeForTextAndBytes) {
-    EXPECT_EQ(Hex("001E 00000002 'ab'"), SentBytes(12, TVCI_C_CHAR, Ascii("abc"), 2));
-    EXPECT_EQ(Hex("001E 00000005 'abc' 0078"),
-              SentBytes(12, TVCI_C_CHAR, Hex("'abc' 00 'x'"), 0x7FFFFFFF));
-    EXPECT_EQ(Hex("0021 00000002 0001"), SentBytes(13, TVCI_C_BINARY, Hex("0001"), 0x7FFFFFFF));
-    EXPECT_EQ(EMPTY_TEXT, SentBytes(12, TVCI_C_CHAR, Ascii("abc"), -1));
+    ExpectSendsBytes(12, TVCI_C_CHAR, Ascii("abc"), 2, "001E 00000002 'ab'");
+    ExpectSendsBytes(12, TVCI_C_CHAR, Hex("'abc' 00 'x'"), 0x7FFFFFFF, "001E 00000005 'abc' 0078");
+    ExpectSendsBytes(13, TVCI_C_BINARY, Hex("0001"), 0x7FFFFFFF, "0021 00000002 0001");
+    ExpectSendsBytes(12, TVCI_C_CHAR, Ascii("abc"), -1, EMPTY_TEXT);
 }
 
 TEST(ParamSend, ANegativeLengthOfANumberCountsAsPresent) {
-    EXPECT_EQ(Hex("0005 00000004 00000007"),
-              Parameter(4, TVCI_C_INT).Value<int32_t>(7).Length(-1).Sent());
-    EXPECT_EQ(Hex("0005 00000004 00000007"),
-              Parameter(4, TVCI_C_INT).Value<int32_t>(7).Length(0x7FFFFFFF).Sent());
+    ExpectIs(Parameter(4, TVCI_C_INT).Value<int32_t>(7).Length(-1).Sent(),
+             "0005 00000004 00000007");
+    ExpectIs(Parameter(4, TVCI_C_INT).Value<int32_t>(7).Length(0x7FFFFFFF).Sent(),
+             "0005 00000004 00000007");
 }
 
 TEST(ParamSend, Boolean) {
-    const Bytes yes = Hex("0005 00000004 00000001");
-    const Bytes no = Hex("0005 00000004 00000000");
-    EXPECT_EQ(yes, Sent<uint8_t>(1, TVCI_C_BOOL, 1));
-    EXPECT_EQ(yes, Sent<uint8_t>(1, TVCI_C_BOOL, 200));
-    EXPECT_EQ(no, Sent<uint8_t>(1, TVCI_C_BOOL, 0));
-    EXPECT_EQ(yes, Sent<int8_t>(1, TVCI_C_TINYINT, -1));
-    EXPECT_EQ(no, Sent<int8_t>(1, TVCI_C_TINYINT, 0));
-    EXPECT_EQ(yes, Sent<int16_t>(1, TVCI_C_SMALLINT, 256));
-    EXPECT_EQ(no, Sent<int16_t>(1, TVCI_C_SMALLINT, 0));
-    EXPECT_EQ(yes, Sent<int32_t>(1, TVCI_C_INT, 65536));
-    EXPECT_EQ(no, Sent<int32_t>(1, TVCI_C_INT, 0));
-    EXPECT_EQ(no, Sent<int64_t>(1, TVCI_C_BIGINT, 1));
-    EXPECT_EQ(no, Sent<double>(1, TVCI_C_DOUBLE, 1));
+    const char *const yes = "0005 00000004 00000001";
+    const char *const no = "0005 00000004 00000000";
+    ExpectSends<uint8_t>(1, TVCI_C_BOOL, 1, yes);
+    ExpectSends<uint8_t>(1, TVCI_C_BOOL, 200, yes);
+    ExpectSends<uint8_t>(1, TVCI_C_BOOL, 0, no);
+    ExpectSends<int8_t>(1, TVCI_C_TINYINT, -1, yes);
+    ExpectSends<int8_t>(1, TVCI_C_TINYINT, 0, no);
+    ExpectSends<int16_t>(1, TVCI_C_SMALLINT, 256, yes);
+    ExpectSends<int16_t>(1, TVCI_C_SMALLINT, 0, no);
+    ExpectSends<int32_t>(1, TVCI_C_INT, 65536, yes);
+    ExpectSends<int32_t>(1, TVCI_C_INT, 0, no);
+    ExpectSends<int64_t>(1, TVCI_C_BIGINT, 1, no);
+    ExpectSends<double>(1, TVCI_C_DOUBLE, 1, no);
     for (const char *text : {"t", "T", "true"}) {
-        EXPECT_EQ(yes, SentText(1, text));
+        ExpectSendsText(1, text, yes);
     }
     for (const char *text : {"f", "F", "False"}) {
-        EXPECT_EQ(no, SentText(1, text));
+        ExpectSendsText(1, text, no);
     }
-    EXPECT_EQ(Hex("0005 00000004 00000031"), SentText(1, "1"));
-    EXPECT_EQ(Hex("0005 00000004 000000C4"), SentText(1, "\xC4"));
+    ExpectSendsText(1, "1", "0005 00000004 00000031");
+    ExpectSendsText(1, "\xC4", "0005 00000004 000000C4");
 }
 
 TEST(ParamSend, BooleanOfTheTextYesIs121) {
-    EXPECT_EQ(Hex("0005 00000004 00000079"), SentText(1, "yes"));
+    ExpectSendsText(1, "yes", "0005 00000004 00000079");
 }
 
 TEST(ParamSend, Tinyint) {
-    EXPECT_EQ(Hex("0003 00000001 FF"), Sent<int8_t>(2, TVCI_C_TINYINT, -1));
-    EXPECT_EQ(Hex("0003 00000001 2C"), Sent<int16_t>(2, TVCI_C_SMALLINT, 300));
-    EXPECT_EQ(Hex("0003 00000001 04"), Sent<int32_t>(2, TVCI_C_INT, 0x01020304));
-    EXPECT_EQ(Hex("0003 00000001 08"), Sent<int64_t>(2, TVCI_C_BIGINT, 0x0102030405060708));
-    EXPECT_EQ(Hex("0003 00000001 FD"), Sent<float>(2, TVCI_C_FLOAT, -3.9f));
-    EXPECT_EQ(Hex("0003 00000001 2C"), Sent<double>(2, TVCI_C_DOUBLE, 300.5));
-    EXPECT_EQ(Hex("0003 00000001 00"), SentText(2, "7"));
+    ExpectSends<int8_t>(2, TVCI_C_TINYINT, -1, "0003 00000001 FF");
+    ExpectSends<int16_t>(2, TVCI_C_SMALLINT, 300, "0003 00000001 2C");
+    ExpectSends<int32_t>(2, TVCI_C_INT, 0x01020304, "0003 00000001 04");
+    ExpectSends<int64_t>(2, TVCI_C_BIGINT, 0x0102030405060708, "0003 00000001 08");
+    ExpectSends<float>(2, TVCI_C_FLOAT, -3.9f, "0003 00000001 FD");
+    ExpectSends<double>(2, TVCI_C_DOUBLE, 300.5, "0003 00000001 2C");
+    ExpectSendsText(2, "7", "0003 00000001 00");
 }
 
 TEST(ParamSend, Smallint) {
-    EXPECT_EQ(Hex("0004 00000002 FF80"), Sent<int8_t>(3, TVCI_C_TINYINT, -128));
-    EXPECT_EQ(Hex("0004 00000002 8000"), Sent<int16_t>(3, TVCI_C_SMALLINT, INT16_MIN));
-    EXPECT_EQ(Hex("0004 00000002 0304"), Sent<int32_t>(3, TVCI_C_INT, 0x01020304));
-    EXPECT_EQ(Hex("0004 00000002 0708"), Sent<int64_t>(3, TVCI_C_BIGINT, 0x0102030405060708));
-    EXPECT_EQ(Hex("0004 00000002 FFFD"), Sent<float>(3, TVCI_C_FLOAT, -3.9f));
-    EXPECT_EQ(Hex("0004 00000002 1170"), Sent<double>(3, TVCI_C_DOUBLE, 70000.9));
-    EXPECT_EQ(Hex("0004 00000002 0000"), SentText(3, "7"));
+    ExpectSends<int8_t>(3, TVCI_C_TINYINT, -128, "0004 00000002 FF80");
+    ExpectSends<int16_t>(3, TVCI_C_SMALLINT, INT16_MIN, "0004 00000002 8000");
+    ExpectSends<int32_t>(3, TVCI_C_INT, 0x01020304, "0004 00000002 0304");
+    ExpectSends<int64_t>(3, TVCI_C_BIGINT, 0x0102030405060708, "0004 00000002 0708");
+    ExpectSends<float>(3, TVCI_C_FLOAT, -3.9f, "0004 00000002 FFFD");
+    ExpectSends<double>(3, TVCI_C_DOUBLE, 70000.9, "0004 00000002 1170");
+    ExpectSendsText(3, "7", "0004 00000002 0000");
 }
 
-TEST(ParamSend, A16BitBufferUnderThe32BitFormIsReadNoFurther) {
-    EXPECT_EQ(Hex("0004 00000002 0102"), Parameter(3, TVCI_C_INT).Value(Hex("0201"), 2).Sent());
-    EXPECT_EQ(Hex("0005 00000004 FFFFFFFE"), Parameter(4, TVCI_C_INT).Value(Hex("FEFF"), 2).Sent());
-    EXPECT_EQ(Hex("0006 00000008 0000000000000007"),
-              Parameter(5, TVCI_C_BIGINT).Value(Hex("07000000"), 4).Sent());
-    EXPECT_EQ(Hex("0005 00000004 00000001"), Parameter(1, TVCI_C_INT).Value(Hex("07"), 1).Sent());
+TEST(ParamSend, A16BitBufferUnderAWiderFormIsReadNoFurther) {
+    ExpectIs(Parameter(3, TVCI_C_INT).Value(Hex("0201"), 2).Sent(), "0004 00000002 0102");
+    ExpectIs(Parameter(3, TVCI_C_BIGINT).Value(Hex("0201"), 2).Sent(), "0004 00000002 0102");
+    ExpectIs(Parameter(2, TVCI_C_BIGINT).Value(Hex("02"), 1).Sent(), "0003 00000001 02");
 }
 
-TEST(ParamSend, AnOddSizeDoesNotNarrowANumber) {
-    EXPECT_EQ(Hex("0005 00000004 01020304"),
-              Parameter(4, TVCI_C_INT).Value(Hex("04030201"), 3).Sent());
-    EXPECT_EQ(Hex("0009 00000008 3FF8000000000000"),
-              Parameter(7, TVCI_C_DOUBLE).Value(Hex("000000000000F83F"), 4).Sent());
+TEST(ParamSend, TheFormSaysHowWideANumberIsWhateverItsSize) {
+    for (const int32_t size : {-1, 0, 1, 2, 3, 4, 8}) {
+        ExpectIs(Parameter(4, TVCI_C_INT).Value(Hex("04030201"), size).Sent(),
+                 "0005 00000004 01020304");
+        ExpectIs(Parameter(5, TVCI_C_BIGINT).Value(Hex("0807060504030201"), size).Sent(),
+                 "0006 00000008 0102030405060708");
+        ExpectIs(Parameter(1, TVCI_C_INT).Value(Hex("00000001"), size).Sent(),
+                 "0005 00000004 00000001");
+        ExpectIs(Parameter(7, TVCI_C_DOUBLE).Value(Hex("000000000000F83F"), size).Sent(),
+                 "0009 00000008 3FF8000000000000");
+    }
 }
 
 TEST(ParamSend, Integer) {
-    EXPECT_EQ(Hex("0005 00000004 FFFFFF80"), Sent<int8_t>(4, TVCI_C_TINYINT, -128));
-    EXPECT_EQ(Hex("0005 00000004 FFFF8000"), Sent<int16_t>(4, TVCI_C_SMALLINT, INT16_MIN));
-    EXPECT_EQ(Hex("0005 00000004 80000000"), Sent<int32_t>(4, TVCI_C_INT, INT32_MIN));
-    EXPECT_EQ(Hex("0005 00000004 05060708"), Sent<int64_t>(4, TVCI_C_BIGINT, 0x0102030405060708));
-    EXPECT_EQ(Hex("0005 00000004 FFFFFFFD"), Sent<float>(4, TVCI_C_FLOAT, -3.9f));
-    EXPECT_EQ(Hex("0005 00000004 7FFFFFFF"), Sent<double>(4, TVCI_C_DOUBLE, 2147483647.9));
-    EXPECT_EQ(Hex("0005 00000004 00000000"), SentText(4, "7"));
-    EXPECT_EQ(Hex("0005 00000004 00000000"), Sent<uint8_t>(4, TVCI_C_BOOL, 1));
+    ExpectSends<int8_t>(4, TVCI_C_TINYINT, -128, "0005 00000004 FFFFFF80");
+    ExpectSends<int16_t>(4, TVCI_C_SMALLINT, INT16_MIN, "0005 00000004 FFFF8000");
+    ExpectSends<int32_t>(4, TVCI_C_INT, INT32_MIN, "0005 00000004 80000000");
+    ExpectSends<int64_t>(4, TVCI_C_BIGINT, 0x0102030405060708, "0005 00000004 05060708");
+    ExpectSends<float>(4, TVCI_C_FLOAT, -3.9f, "0005 00000004 FFFFFFFD");
+    ExpectSends<double>(4, TVCI_C_DOUBLE, 2147483647.9, "0005 00000004 7FFFFFFF");
+    ExpectSendsText(4, "7", "0005 00000004 00000000");
+    ExpectSends<uint8_t>(4, TVCI_C_BOOL, 1, "0005 00000004 00000000");
 }
 
 TEST(ParamSend, ARealNumberThatDoesNotFitIsTheLowestInteger) {
     for (const double real : {2147483648.0, -2147483649.0, 1e300, -1e300, (double)INFINITY,
                               -(double)INFINITY, (double)NAN}) {
-        EXPECT_EQ(Hex("0005 00000004 80000000"), Sent<double>(4, TVCI_C_DOUBLE, real)) << real;
-        EXPECT_EQ(Hex("0004 00000002 0000"), Sent<double>(3, TVCI_C_DOUBLE, real)) << real;
+        SCOPED_TRACE(real);
+        ExpectSends<double>(4, TVCI_C_DOUBLE, real, "0005 00000004 80000000");
+        ExpectSends<double>(3, TVCI_C_DOUBLE, real, "0004 00000002 0000");
     }
     for (const double real : {9223372036854775808.0, -9223372036854777856.0, 1e300, (double)NAN}) {
-        EXPECT_EQ(Hex("0006 00000008 8000000000000000"), Sent<double>(5, TVCI_C_DOUBLE, real));
+        ExpectSends<double>(5, TVCI_C_DOUBLE, real, "0006 00000008 8000000000000000");
     }
-    EXPECT_EQ(Hex("0005 00000004 80000000"), Sent<float>(4, TVCI_C_FLOAT, FLT_MAX));
-    EXPECT_EQ(Hex("0005 00000004 80000000"), Sent<double>(4, TVCI_C_DOUBLE, -2147483648.9));
+    ExpectSends<float>(4, TVCI_C_FLOAT, FLT_MAX, "0005 00000004 80000000");
+    ExpectSends<double>(4, TVCI_C_DOUBLE, -2147483648.9, "0005 00000004 80000000");
 }
 
 TEST(ParamSend, Bigint) {
-    EXPECT_EQ(Hex("0006 00000008 FFFFFFFFFFFFFF80"), Sent<int8_t>(5, TVCI_C_TINYINT, -128));
-    EXPECT_EQ(Hex("0006 00000008 FFFFFFFFFFFF8000"), Sent<int16_t>(5, 4, INT16_MIN));
-    EXPECT_EQ(Hex("0006 00000008 FFFFFFFF80000000"), Sent<int32_t>(5, TVCI_C_INT, INT32_MIN));
-    EXPECT_EQ(Hex("0006 00000008 0102030405060708"),
-              Sent<int64_t>(5, TVCI_C_BIGINT, 0x0102030405060708));
-    EXPECT_EQ(Hex("0006 00000008 FFFFFFFFFFFFFFFD"), Sent<float>(5, TVCI_C_FLOAT, -3.9f));
-    EXPECT_EQ(Hex("0006 00000008 0000000100000000"), Sent<double>(5, 8, 4294967296.7));
-    EXPECT_EQ(Hex("0006 00000008 0000000000000000"), SentText(5, "7"));
+    ExpectSends<int8_t>(5, TVCI_C_TINYINT, -128, "0006 00000008 FFFFFFFFFFFFFF80");
+    ExpectSends<int16_t>(5, 4, INT16_MIN, "0006 00000008 FFFFFFFFFFFF8000");
+    ExpectSends<int32_t>(5, TVCI_C_INT, INT32_MIN, "0006 00000008 FFFFFFFF80000000");
+    ExpectSends<int64_t>(5, TVCI_C_BIGINT, 0x0102030405060708, "0006 00000008 0102030405060708");
+    ExpectSends<float>(5, TVCI_C_FLOAT, -3.9f, "0006 00000008 FFFFFFFFFFFFFFFD");
+    ExpectSends<double>(5, 8, 4294967296.7, "0006 00000008 0000000100000000");
+    ExpectSendsText(5, "7", "0006 00000008 0000000000000000");
 }
 
 TEST(ParamSend, Float) {
-    EXPECT_EQ(Hex("0008 00000004 C3000000"), Sent<int8_t>(6, TVCI_C_TINYINT, -128));
-    EXPECT_EQ(Hex("0008 00000004 43960000"), Sent<int16_t>(6, TVCI_C_SMALLINT, 300));
-    EXPECT_EQ(Hex("0008 00000004 4B800000"), Sent<int32_t>(6, TVCI_C_INT, 16777217));
-    EXPECT_EQ(Hex("0008 00000004 DF000000"), Sent<int64_t>(6, TVCI_C_BIGINT, INT64_MIN));
-    EXPECT_EQ(Hex("0008 00000004 3FC00000"), Sent<float>(6, TVCI_C_FLOAT, 1.5f));
-    EXPECT_EQ(Hex("0008 00000004 7F800001"), Sent<uint32_t>(6, TVCI_C_FLOAT, 0x7F800001));
-    EXPECT_EQ(Hex("0008 00000004 3DCCCCCD"), Sent<double>(6, TVCI_C_DOUBLE, 0.1));
-    EXPECT_EQ(Hex("0008 00000004 7F800000"), Sent<double>(6, TVCI_C_DOUBLE, 1e300));
-    EXPECT_EQ(Hex("0008 00000004 00000000"), SentText(6, "7"));
+    ExpectSends<int8_t>(6, TVCI_C_TINYINT, -128, "0008 00000004 C3000000");
+    ExpectSends<int16_t>(6, TVCI_C_SMALLINT, 300, "0008 00000004 43960000");
+    ExpectSends<int32_t>(6, TVCI_C_INT, 16777217, "0008 00000004 4B800000");
+    ExpectSends<int64_t>(6, TVCI_C_BIGINT, INT64_MIN, "0008 00000004 DF000000");
+    ExpectSends<float>(6, TVCI_C_FLOAT, 1.5f, "0008 00000004 3FC00000");
+    ExpectSends<uint32_t>(6, TVCI_C_FLOAT, 0x7F800001, "0008 00000004 7F800001");
+    ExpectSends<double>(6, TVCI_C_DOUBLE, 0.1, "0008 00000004 3DCCCCCD");
+    ExpectSends<double>(6, TVCI_C_DOUBLE, 1e300, "0008 00000004 7F800000");
+    ExpectSendsText(6, "7", "0008 00000004 00000000");
 }
 
 TEST(ParamSend, Double) {
-    EXPECT_EQ(Hex("0009 00000008 C060000000000000"), Sent<int8_t>(7, TVCI_C_TINYINT, -128));
-    EXPECT_EQ(Hex("0009 00000008 4072C00000000000"), Sent<int16_t>(7, TVCI_C_SMALLINT, 300));
-    EXPECT_EQ(Hex("0009 00000008 4170000010000000"), Sent<int32_t>(7, TVCI_C_INT, 16777217));
-    EXPECT_EQ(Hex("0009 00000008 C3E0000000000000"), Sent<int64_t>(7, 6, INT64_MIN));
-    EXPECT_EQ(Hex("0009 00000008 3FF8000000000000"), Sent<float>(7, TVCI_C_FLOAT, 1.5f));
-    EXPECT_EQ(Hex("0009 00000008 3FB999999999999A"), Sent<double>(7, TVCI_C_DOUBLE, 0.1));
-    EXPECT_EQ(Hex("0009 00000008 0000000000000000"), SentText(7, "7"));
+    ExpectSends<int8_t>(7, TVCI_C_TINYINT, -128, "0009 00000008 C060000000000000");
+    ExpectSends<int16_t>(7, TVCI_C_SMALLINT, 300, "0009 00000008 4072C00000000000");
+    ExpectSends<int32_t>(7, TVCI_C_INT, 16777217, "0009 00000008 4170000010000000");
+    ExpectSends<int64_t>(7, 6, INT64_MIN, "0009 00000008 C3E0000000000000");
+    ExpectSends<float>(7, TVCI_C_FLOAT, 1.5f, "0009 00000008 3FF8000000000000");
+    ExpectSends<double>(7, TVCI_C_DOUBLE, 0.1, "0009 00000008 3FB999999999999A");
+    ExpectSendsText(7, "7", "0009 00000008 0000000000000000");
 }
 
 TEST(ParamSend, NumericIsTextWhateverTheForm) {
-    EXPECT_EQ(Hex("001E 00000004 '12.5'"), SentText(8, "12.5"));
-    EXPECT_EQ(Hex("001E 00000004 '12.5'"), Parameter(8, 9).Value(Hex("'12.5' 00"), 0).Sent());
-    EXPECT_EQ(Hex("001E 00000003 '12.'"), Parameter(8, 9).Value(Ascii("12."), 3).Sent());
-    EXPECT_EQ(Hex("001E 00000004 '-128'"), Sent<int8_t>(8, TVCI_C_TINYINT, -128));
-    EXPECT_EQ(Hex("001E 00000006 '-32768'"), Sent<int16_t>(8, TVCI_C_SMALLINT, INT16_MIN));
-    EXPECT_EQ(Hex("001E 0000000B '-2147483648'"), Sent<int32_t>(8, TVCI_C_INT, INT32_MIN));
-    EXPECT_EQ(Hex("001E 00000014 '-9223372036854775808'"), Sent<int64_t>(8, 6, INT64_MIN));
-    EXPECT_EQ(Hex("001E 00000008 '1.500000'"), Sent<float>(8, TVCI_C_FLOAT, 1.5f));
-    EXPECT_EQ(Hex("001E 00000009 '-0.100000'"), Sent<double>(8, TVCI_C_DOUBLE, -0.1));
-    EXPECT_EQ(Hex("001E 00000001 '0'"), Sent<DateRec>(8, TVCI_C_DATE, {2024, 3, 1}));
+    ExpectSendsText(8, "12.5", "001E 00000004 '12.5'");
+    ExpectIs(Parameter(8, 9).Value(Hex("'12.5' 00"), 0).Sent(), "001E 00000004 '12.5'");
+    ExpectIs(Parameter(8, 9).Value(Ascii("12."), 3).Sent(), "001E 00000003 '12.'");
+    ExpectSends<int8_t>(8, TVCI_C_TINYINT, -128, "001E 00000004 '-128'");
+    ExpectSends<int16_t>(8, TVCI_C_SMALLINT, INT16_MIN, "001E 00000006 '-32768'");
+    ExpectSends<int32_t>(8, TVCI_C_INT, INT32_MIN, "001E 0000000B '-2147483648'");
+    ExpectSends<int64_t>(8, 6, INT64_MIN, "001E 00000014 '-9223372036854775808'");
+    ExpectSends<float>(8, TVCI_C_FLOAT, 1.5f, "001E 00000008 '1.500000'");
+    ExpectSends<double>(8, TVCI_C_DOUBLE, -0.1, "001E 00000009 '-0.100000'");
+    ExpectSends<DateRec>(8, TVCI_C_DATE, {2024, 3, 1}, "001E 00000001 '0'");
 }
 
 TEST(ParamSend, NumericTextIsCutAt63) {
@@ -321,114 +358,114 @@ TEST(ParamSend, NumericTextIsCutAt63) {
     EXPECT_EQ(Hex("001E 0000003F") + digits, SentText(8, std::string(64, '9')));
     EXPECT_EQ(Hex("001E 0000003F") + digits,
               Parameter(8, TVCI_C_NUMERIC).Value(Repeat(Ascii("9"), 64), 0).Sent());
-    EXPECT_EQ(Hex("001E 0000003F "
-                  "'179769313486231570814527423731704356798070567525844996598917476'"),
-              Sent<double>(8, TVCI_C_DOUBLE, DBL_MAX));
+    ExpectSends<double>(8, TVCI_C_DOUBLE, DBL_MAX,
+                        "001E 0000003F "
+                        "'179769313486231570814527423731704356798070567525844996598917476'");
 }
 
 TEST(ParamSend, Date) {
-    EXPECT_EQ(Hex("001E 0000000A '2024-03-01'"), Sent<DateRec>(9, TVCI_C_DATE, {2024, 3, 1}));
-    EXPECT_EQ(Hex("001E 0000000A '0001-01-01'"), Sent<DateRec>(9, TVCI_C_DATE, {1, 1, 1}));
-    EXPECT_EQ(Hex("001E 0000000A '12345-03-0'"), Sent<DateRec>(9, TVCI_C_DATE, {12345, 3, 1}));
-    EXPECT_EQ(Hex("001E 0000000A '-214748364'"),
-              Sent<DateRec>(9, TVCI_C_DATE, {INT32_MIN, INT32_MIN, INT32_MIN}));
-    EXPECT_EQ(EMPTY_TEXT, Sent<int32_t>(9, TVCI_C_INT, 7));
-    EXPECT_EQ(EMPTY_TEXT, Sent<DateTimeRec>(9, TVCI_C_DATETIME, {2024, 3, 1, 0, 0, 0, 0}));
+    ExpectSends<DateRec>(9, TVCI_C_DATE, {2024, 3, 1}, "001E 0000000A '2024-03-01'");
+    ExpectSends<DateRec>(9, TVCI_C_DATE, {1, 1, 1}, "001E 0000000A '0001-01-01'");
+    ExpectSends<DateRec>(9, TVCI_C_DATE, {12345, 3, 1}, "001E 0000000A '12345-03-0'");
+    ExpectSends<DateRec>(9, TVCI_C_DATE, {INT32_MIN, INT32_MIN, INT32_MIN},
+                         "001E 0000000A '-214748364'");
+    ExpectSends<int32_t>(9, TVCI_C_INT, 7, EMPTY_TEXT);
+    ExpectSends<DateTimeRec>(9, TVCI_C_DATETIME, {2024, 3, 1, 0, 0, 0, 0}, EMPTY_TEXT);
 }
 
 TEST(ParamSend, ADateOfTextIsItsFirst10Bytes) {
-    EXPECT_EQ(Hex("001E 0000000A '2024-03-01'"), SentText(9, "2024-03-01 10:00"));
+    ExpectSendsText(9, "2024-03-01 10:00", "001E 0000000A '2024-03-01'");
 }
 
 TEST(ParamSend, AShortDateTextIsFilledUpWithNuls) {
-    EXPECT_EQ(Hex("001E 0000000A '2024-3-1' 0000"),
-              Parameter(9, TVCI_C_CHAR).Value(Ascii("2024-3-1"), 8).Sent());
+    ExpectIs(Parameter(9, TVCI_C_CHAR).Value(Ascii("2024-3-1"), 8).Sent(),
+             "001E 0000000A '2024-3-1' 0000");
 }
 
 TEST(ParamSend, Time) {
-    EXPECT_EQ(Hex("001E 00000008 '01:02:03'"), Sent<TimeRec>(10, TVCI_C_TIME, {1, 2, 3}));
-    EXPECT_EQ(Hex("001E 00000008 '100:02:0'"), Sent<TimeRec>(10, TVCI_C_TIME, {100, 2, 3}));
-    EXPECT_EQ(Hex("001E 00000008 '10:11:12'"), SentText(10, "10:11:12.345"));
-    EXPECT_EQ(Hex("001E 00000008 '1:02' 00000000"),
-              Parameter(10, TVCI_C_CHAR).Value(Ascii("1:02"), 4).Sent());
-    EXPECT_EQ(EMPTY_TEXT, Sent<int32_t>(10, TVCI_C_INT, 7));
+    ExpectSends<TimeRec>(10, TVCI_C_TIME, {1, 2, 3}, "001E 00000008 '01:02:03'");
+    ExpectSends<TimeRec>(10, TVCI_C_TIME, {100, 2, 3}, "001E 00000008 '100:02:0'");
+    ExpectSendsText(10, "10:11:12.345", "001E 00000008 '10:11:12'");
+    ExpectIs(Parameter(10, TVCI_C_CHAR).Value(Ascii("1:02"), 4).Sent(),
+             "001E 00000008 '1:02' 00000000");
+    ExpectSends<int32_t>(10, TVCI_C_INT, 7, EMPTY_TEXT);
 }
 
 TEST(ParamSend, DateTime) {
-    EXPECT_EQ(Hex("001E 00000017 '2024-03-01 04:05:06.007'"),
-              Sent<DateTimeRec>(11, TVCI_C_DATETIME, {2024, 3, 1, 4, 5, 6, 7}));
-    EXPECT_EQ(Hex("001E 0000001A '2024-03-01 04:05:06.123456'"),
-              Sent<DateTimeRec>(11, TVCI_C_DATETIME, {2024, 3, 1, 4, 5, 6, 123456}));
-    EXPECT_EQ(Hex("001E 00000013 '2024-03-01 10:00:00'"), SentText(11, "2024-03-01 10:00:00"));
-    EXPECT_EQ(Hex("0021 00000000"), Sent<int32_t>(11, TVCI_C_INT, 7));
-    EXPECT_EQ(Hex("0021 00000000"), Sent<DateRec>(11, TVCI_C_DATE, {2024, 3, 1}));
+    ExpectSends<DateTimeRec>(11, TVCI_C_DATETIME, {2024, 3, 1, 4, 5, 6, 7},
+                             "001E 00000017 '2024-03-01 04:05:06.007'");
+    ExpectSends<DateTimeRec>(11, TVCI_C_DATETIME, {2024, 3, 1, 4, 5, 6, 123456},
+                             "001E 0000001A '2024-03-01 04:05:06.123456'");
+    ExpectSendsText(11, "2024-03-01 10:00:00", "001E 00000013 '2024-03-01 10:00:00'");
+    ExpectSends<int32_t>(11, TVCI_C_INT, 7, "0021 00000000");
+    ExpectSends<DateRec>(11, TVCI_C_DATE, {2024, 3, 1}, "0021 00000000");
 }
 
 TEST(ParamSend, ADateTimeOf30CharactersIsCutTo24) {
-    EXPECT_EQ(Hex("001E 00000018 '2024-03-01 10:00:00.1234'"),
-              SentText(11, "2024-03-01 10:00:00.1234567890"));
+    ExpectSendsText(11, "2024-03-01 10:00:00.1234567890",
+                    "001E 00000018 '2024-03-01 10:00:00.1234'");
 }
 
 TEST(ParamSend, ADateTimeOfTheWidestMembersIsSentWhole) {
     const int32_t low = INT32_MIN;
-    EXPECT_EQ(Hex("001E 00000053 '-2147483648--2147483648--2147483648 "
-                  "-2147483648:-2147483648:-2147483648.-2147483648'"),
-              Sent<DateTimeRec>(11, TVCI_C_DATETIME, {low, low, low, low, low, low, low}));
+    ExpectSends<DateTimeRec>(11, TVCI_C_DATETIME, {low, low, low, low, low, low, low},
+                             "001E 00000053 '-2147483648--2147483648--2147483648 "
+                             "-2147483648:-2147483648:-2147483648.-2147483648'");
 }
 
 TEST(ParamSend, TextAndBytesGoAsTheyAre) {
-    EXPECT_EQ(Hex("001E 00000003 410042"), SentBytes(12, TVCI_C_CHAR, Hex("410042"), 3));
-    EXPECT_EQ(Hex("001E 00000003 000102"), SentBytes(12, TVCI_C_BINARY, Hex("000102"), 3));
-    EXPECT_EQ(Hex("0021 00000003 'abc'"), SentText(13, "abc"));
-    EXPECT_EQ(Hex("0020 00000003 'abc'"), SentText(14, "abc"));
-    EXPECT_EQ(Hex("0022 00000003 'abc'"), SentText(15, "abc"));
-    EXPECT_EQ(Hex("0022 00000003 000102"), SentBytes(16, TVCI_C_BINARY, Hex("000102"), 3));
-    EXPECT_EQ(Hex("001E 00000002 '12'"), SentBytes(12, TVCI_C_NUMERIC, Ascii("123"), 2));
+    ExpectSendsBytes(12, TVCI_C_CHAR, Hex("410042"), 3, "001E 00000003 410042");
+    ExpectSendsBytes(12, TVCI_C_BINARY, Hex("000102"), 3, "001E 00000003 000102");
+    ExpectSendsText(13, "abc", "0021 00000003 'abc'");
+    ExpectSendsText(14, "abc", "0020 00000003 'abc'");
+    ExpectSendsText(15, "abc", "0022 00000003 'abc'");
+    ExpectSendsBytes(16, TVCI_C_BINARY, Hex("000102"), 3, "0022 00000003 000102");
+    ExpectSendsBytes(12, TVCI_C_NUMERIC, Ascii("123"), 2, "001E 00000002 '12'");
 }
 
 TEST(ParamSend, ANumberDeclaredAsTextIsItsFirstByteOrAsManyAsItsLengthSays) {
-    EXPECT_EQ(Hex("001E 00000001 04"), Sent<int32_t>(12, TVCI_C_INT, 0x01020304));
-    EXPECT_EQ(Hex("001E 00000002 0403"),
-              Parameter(12, TVCI_C_INT).Value<int32_t>(0x01020304).Length(2).Sent());
+    ExpectSends<int32_t>(12, TVCI_C_INT, 0x01020304, "001E 00000001 04");
+    ExpectIs(Parameter(12, TVCI_C_INT).Value<int32_t>(0x01020304).Length(2).Sent(),
+             "001E 00000002 0403");
 }
 
 TEST(ParamSend, NoLengthReadsBehindAValue) {
-    EXPECT_EQ(Hex("001E 00000004 04030201"),
-              Parameter(12, TVCI_C_INT).Value<int32_t>(0x01020304).Length(0x7FFFFFFF).Sent());
-    EXPECT_EQ(Hex("0021 00000002 0403"),
-              Parameter(13, TVCI_C_INT).Value(Hex("0403"), 2).Length(0x7FFFFFFF).Sent());
-    EXPECT_EQ(Hex("001E 00000003 'abc'"),
-              Parameter(33, 99).Value(Ascii("abc"), 3).Length(0x7FFFFFFF).Sent());
+    ExpectIs(Parameter(12, TVCI_C_INT).Value<int32_t>(0x01020304).Length(0x7FFFFFFF).Sent(),
+             "001E 00000004 04030201");
+    ExpectIs(Parameter(13, TVCI_C_INT).Value(Hex("0403"), 2).Length(0x7FFFFFFF).Sent(),
+             "0021 00000002 0403");
+    ExpectIs(Parameter(33, 99).Value(Ascii("abc"), 3).Length(0x7FFFFFFF).Sent(),
+             "001E 00000003 'abc'");
     const Bytes time = Parameter(16, TVCI_C_TIME).Value<TimeRec>({1, 2, 3}).Length(100).Sent();
     EXPECT_EQ(Hex("0022 0000000C 01000000 02000000 03000000"), time);
 }
 
 TEST(ParamSend, DateTimeWithZone) {
-    EXPECT_EQ(Hex("001E 0000001E '2024-03-01 04:05:06.007 +08:30'"),
-              Sent<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, 8, 30}));
-    EXPECT_EQ(Hex("001E 0000001E '2024-03-01 04:05:06.007 -08:30'"),
-              Sent<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, -8, 30}));
-    EXPECT_EQ(Hex("001E 0000001E '2024-03-01 04:05:06.007 -00:30'"),
-              Sent<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, 0, -30}));
-    EXPECT_EQ(Hex("001E 0000001E '2024-03-01 04:05:06.007 +00:00'"),
-              Sent<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, 0, 0}));
-    EXPECT_EQ(Hex("001E 0000001F '2024-03-01 10:00:00.123456 +08:'"),
-              SentText(17, "2024-03-01 10:00:00.123456 +08:00"));
-    EXPECT_EQ(NOTHING, Sent<DateTimeRec>(17, TVCI_C_DATETIME, {2024, 3, 1, 4, 5, 6, 7}));
-    EXPECT_EQ(NOTHING, Sent<int32_t>(17, TVCI_C_INT, 7));
+    ExpectSends<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, 8, 30},
+                               "001E 0000001E '2024-03-01 04:05:06.007 +08:30'");
+    ExpectSends<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, -8, 30},
+                               "001E 0000001E '2024-03-01 04:05:06.007 -08:30'");
+    ExpectSends<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, 0, -30},
+                               "001E 0000001E '2024-03-01 04:05:06.007 -00:30'");
+    ExpectSends<DateTimeTzRec>(17, 14, {2024, 3, 1, 4, 5, 6, 7, 0, 0},
+                               "001E 0000001E '2024-03-01 04:05:06.007 +00:00'");
+    ExpectSendsText(17, "2024-03-01 10:00:00.123456 +08:00",
+                    "001E 0000001F '2024-03-01 10:00:00.123456 +08:'");
+    ExpectSends<DateTimeRec>(17, TVCI_C_DATETIME, {2024, 3, 1, 4, 5, 6, 7}, NOTHING);
+    ExpectSends<int32_t>(17, TVCI_C_INT, 7, NOTHING);
 }
 
 TEST(ParamSend, TimeWithZone) {
-    EXPECT_EQ(Hex("001E 0000000F '01:02:03 +08:30'"), Sent<TimeTzRec>(18, 12, {1, 2, 3, 8, 30}));
-    EXPECT_EQ(Hex("001E 0000000F '01:02:03 -08:30'"), Sent<TimeTzRec>(18, 12, {1, 2, 3, -8, -30}));
-    EXPECT_EQ(Hex("001E 0000000F '01:02:03 -00:30'"), Sent<TimeTzRec>(18, 12, {1, 2, 3, 0, -30}));
-    EXPECT_EQ(Hex("001E 00000010 '01:02:03.456789 '"), SentText(18, "01:02:03.456789 +08:00"));
-    EXPECT_EQ(NOTHING, Sent<TimeRec>(18, TVCI_C_TIME, {1, 2, 3}));
+    ExpectSends<TimeTzRec>(18, 12, {1, 2, 3, 8, 30}, "001E 0000000F '01:02:03 +08:30'");
+    ExpectSends<TimeTzRec>(18, 12, {1, 2, 3, -8, -30}, "001E 0000000F '01:02:03 -08:30'");
+    ExpectSends<TimeTzRec>(18, 12, {1, 2, 3, 0, -30}, "001E 0000000F '01:02:03 -00:30'");
+    ExpectSendsText(18, "01:02:03.456789 +08:00", "001E 00000010 '01:02:03.456789 '");
+    ExpectSends<TimeRec>(18, TVCI_C_TIME, {1, 2, 3}, NOTHING);
 }
 
 TEST(ParamSend, AZoneOfTheLowestNumbersHasItsAbsoluteValue) {
-    EXPECT_EQ(Hex("001E 0000001F '01:02:03 -2147483648:2147483648'"),
-              Sent<TimeTzRec>(18, 12, {1, 2, 3, INT32_MIN, INT32_MIN}));
+    ExpectSends<TimeTzRec>(18, 12, {1, 2, 3, INT32_MIN, INT32_MIN},
+                           "001E 0000001F '01:02:03 -2147483648:2147483648'");
 }
 
 TEST(ParamSend, Declaration19SendsNameAndDirectionAlone) {
@@ -436,15 +473,15 @@ TEST(ParamSend, Declaration19SendsNameAndDirectionAlone) {
     parameter.Value<int32_t>(7);
     char name[] = "id";
     parameter.param.name = name;
-    EXPECT_EQ(Hex("0002 'id' 0001"), parameter.Frame());
-    EXPECT_EQ(NOTHING, SentText(19, "abc"));
-    EXPECT_EQ(NOTHING, Sent<IntervalRec>(19, TVCI_C_INTERVAL, {1, 2, 3, 4, 5, 6}));
+    ExpectIs(parameter.Frame(), "0002 'id' 0001");
+    ExpectSendsText(19, "abc", NOTHING);
+    ExpectSends<IntervalRec>(19, TVCI_C_INTERVAL, {1, 2, 3, 4, 5, 6}, NOTHING);
 }
 
 TEST(ParamSend, AnUnknownDeclarationSendsNameAndDirectionAlone) {
     for (const int32_t sql_type : {46, 1000, INT32_MAX}) {
-        EXPECT_EQ(NOTHING, SentText(sql_type, "abc"));
-        EXPECT_EQ(NOTHING, Sent<IntervalDsRec>(sql_type, TVCI_C_INTERVAL_DS, {1, 2, 3, 4, 5}));
+        ExpectSendsText(sql_type, "abc", NOTHING);
+        ExpectSends<IntervalDsRec>(sql_type, TVCI_C_INTERVAL_DS, {1, 2, 3, 4, 5}, NOTHING);
     }
 }
 
@@ -463,7 +500,8 @@ TEST(ParamSend, IntervalsFromTheTaggedRecord) {
         {32, "001E 00000004 '3:04'"},
     };
     for (const auto &item : cases) {
-        EXPECT_EQ(Hex(item.sent), Sent(item.sql_type, TVCI_C_INTERVAL, record)) << item.sql_type;
+        SCOPED_TRACE(item.sql_type);
+        ExpectSends(item.sql_type, TVCI_C_INTERVAL, record, item.sent);
     }
 }
 
@@ -484,27 +522,26 @@ TEST(ParamSend, IntervalsFromTheUntaggedRecords) {
         {32, "", "001E 00000004 '3:04'"},
     };
     for (const auto &item : cases) {
-        EXPECT_EQ(Hex(item.from_months), Sent(item.sql_type, TVCI_C_INTERVAL_YM, months))
-            << item.sql_type;
-        EXPECT_EQ(Hex(item.from_days), Sent(item.sql_type, TVCI_C_INTERVAL_DS, days))
-            << item.sql_type;
+        SCOPED_TRACE(item.sql_type);
+        ExpectSends(item.sql_type, TVCI_C_INTERVAL_YM, months, item.from_months);
+        ExpectSends(item.sql_type, TVCI_C_INTERVAL_DS, days, item.from_days);
     }
 }
 
 TEST(ParamSend, TwoIntervalsTakeText) {
     for (int32_t sql_type = 20; sql_type <= 32; sql_type++) {
         const bool takes_text = sql_type == 26 || sql_type == 27;
-        EXPECT_EQ(takes_text ? Hex("001E 00000004 '1-02'") : NOTHING, SentText(sql_type, "1-02"));
-        EXPECT_EQ(NOTHING, Sent<int32_t>(sql_type, TVCI_C_INT, 7));
+        ExpectSendsText(sql_type, "1-02", takes_text ? "001E 00000004 '1-02'" : NOTHING);
+        ExpectSends<int32_t>(sql_type, TVCI_C_INT, 7, NOTHING);
     }
     EXPECT_EQ(Hex("001E 0000003F") + Repeat(Ascii("1"), 63), SentText(27, std::string(70, '1')));
-    EXPECT_EQ(Hex("001E 00000003 '1-0'"), Parameter(26, 2).Value(Ascii("1-0"), 3).Sent());
+    ExpectIs(Parameter(26, 2).Value(Ascii("1-0"), 3).Sent(), "001E 00000003 '1-0'");
 }
 
 TEST(ParamSend, AnIntervalOfTheWidestMembersIsSentWhole) {
     const int32_t low = INT32_MIN;
-    EXPECT_EQ(Hex("001E 0000002F '-2147483648 -2147483648:-2147483648:-2147483648'"),
-              Sent<IntervalDsRec>(27, TVCI_C_INTERVAL_DS, {low, low, low, low, low}));
+    ExpectSends<IntervalDsRec>(27, TVCI_C_INTERVAL_DS, {low, low, low, low, low},
+                               "001E 0000002F '-2147483648 -2147483648:-2147483648:-2147483648'");
 }
 
 // A large value of the application around bytes that it owns.
@@ -518,22 +555,22 @@ static LobRecord LobOf(Bytes &data) {
 TEST(ParamSend, ALargeValueSendsItsData) {
     Bytes data = Hex("00FF10");
     const LobRecord lob = LobOf(data);
-    EXPECT_EQ(Hex("0020 00000003 00FF10"), Sent(14, TVCI_C_LOB, lob));
-    EXPECT_EQ(Hex("0022 00000003 00FF10"), Sent(15, TVCI_C_LOB, lob));
-    EXPECT_EQ(Hex("0022 00000003 00FF10"), Sent(16, TVCI_C_LOB, lob));
-    EXPECT_EQ(Hex("0022 00000002 00FF"), Parameter(16, 40).Value(lob).Length(2).Sent());
-    EXPECT_EQ(Hex("0022 00000003 00FF10"), Parameter(16, 40).Value(lob).Length(99).Sent());
-    EXPECT_EQ(Hex("0022 00000000"), Parameter(16, 40).Value(lob).Length(-1).Sent());
+    ExpectSends(14, TVCI_C_LOB, lob, "0020 00000003 00FF10");
+    ExpectSends(15, TVCI_C_LOB, lob, "0022 00000003 00FF10");
+    ExpectSends(16, TVCI_C_LOB, lob, "0022 00000003 00FF10");
+    ExpectIs(Parameter(16, 40).Value(lob).Length(2).Sent(), "0022 00000002 00FF");
+    ExpectIs(Parameter(16, 40).Value(lob).Length(99).Sent(), "0022 00000003 00FF10");
+    ExpectIs(Parameter(16, 40).Value(lob).Length(-1).Sent(), "0022 00000000");
 }
 
 TEST(ParamSend, AnEmptyOrUnfetchedLargeValueIsANull) {
     Bytes data;
     LobRecord lob = LobOf(data);
-    EXPECT_EQ(Hex("0020 00000000"), Sent(14, TVCI_C_LOB, lob));
+    ExpectSends(14, TVCI_C_LOB, lob, "0020 00000000");
     lob.length = 9;
     lob.data = NULL;
-    EXPECT_EQ(Hex("0020 00000000"), Sent(14, TVCI_C_LOB, lob));
-    EXPECT_EQ(Hex("001E 00000000 00000000"), Sent(33, TVCI_C_LOB, lob));
+    ExpectSends(14, TVCI_C_LOB, lob, "0020 00000000");
+    ExpectSends(33, TVCI_C_LOB, lob, "001E 00000000 00000000");
 }
 
 TEST(ParamSend, ALargeValueDeclaredAsTextIsItsRecord) {
@@ -546,10 +583,10 @@ TEST(ParamSend, ALargeValueDeclaredAsTextIsItsRecord) {
 TEST(ParamSend, Geometry) {
     Bytes data = Hex("00FF1A");
     for (int32_t sql_type = 33; sql_type <= 45; sql_type++) {
-        EXPECT_EQ(Hex("0021 00000003 00FF1A"), SentBytes(sql_type, TVCI_C_BINARY, data, 3));
-        EXPECT_EQ(Hex("001E 00000007 '00FF1A' 00"), Sent(sql_type, TVCI_C_LOB, LobOf(data)));
-        EXPECT_EQ(Hex("001E 00000003 'abc'"), SentText(sql_type, "abc"));
-        EXPECT_EQ(Hex("001E 00000001 07"), Sent<int32_t>(sql_type, TVCI_C_INT, 7));
+        ExpectSendsBytes(sql_type, TVCI_C_BINARY, data, 3, "0021 00000003 00FF1A");
+        ExpectSends(sql_type, TVCI_C_LOB, LobOf(data), "001E 00000007 '00FF1A' 00");
+        ExpectSendsText(sql_type, "abc", "001E 00000003 'abc'");
+        ExpectSends<int32_t>(sql_type, TVCI_C_INT, 7, "001E 00000001 07");
     }
 }
 
@@ -557,7 +594,7 @@ TEST(ParamSend, AGeometryWithoutMemoryIsANullAndNothingLeaks) {
     Bytes data = Hex("00FF1A");
     const int64_t blocks = MemLiveBlocks();
     MemFailAt(1);
-    EXPECT_EQ(Hex("001E 00000000 00000000"), Sent(33, TVCI_C_LOB, LobOf(data)));
+    ExpectSends(33, TVCI_C_LOB, LobOf(data), "001E 00000000 00000000");
     EXPECT_TRUE(MemFailed());
     MemFailAt(0);
     Sent(33, TVCI_C_LOB, LobOf(data));
@@ -567,9 +604,9 @@ TEST(ParamSend, AGeometryWithoutMemoryIsANullAndNothingLeaks) {
 TEST(ParamSend, AForgottenBufferIsANull) {
     Parameter parameter(12, TVCI_C_CHAR);
     parameter.bind.value_size = 10;
-    EXPECT_EQ(EMPTY_TEXT, parameter.Sent());
+    ExpectIs(parameter.Sent(), EMPTY_TEXT);
     parameter.Length(5);
-    EXPECT_EQ(EMPTY_TEXT, parameter.Sent());
+    ExpectIs(parameter.Sent(), EMPTY_TEXT);
 }
 
 TEST(ParamSend, WhatPassesTheBufferArrivesInOrder) {

@@ -235,12 +235,12 @@ TEST(ConnFree, ReleasesAllThatTheRecordOwns) {
     EXPECT_TRUE(peer.Finish()) << peer.Failure();
 }
 
-static std::atomic<int> waits_for_free;
+// One permit for each connection whose tear-down waits.
+static Semaphore free_waits;
 
-static void CountFreeWait(WaitPoint point) {
+static void SignalFreeWait(WaitPoint point) {
     if (point == WAIT_CONN_FREE) {
-        waits_for_free++;
-        waits_for_free.notify_all();
+        SemaphoreRelease(&free_waits);
     }
 }
 
@@ -248,20 +248,21 @@ TEST(ConnFree, WaitsForTheRequestThatRuns) {
     Connection *conn = (Connection *)MemAlloc(sizeof(Connection));
     ConnInit(conn);
     WaitSemaphore(&conn->use_semaphore, WAIT_CONN_PERMIT);
-    waits_for_free = 0;
-    WaitSetHook(CountFreeWait);
+    SemaphoreInit(&free_waits, 0);
+    WaitSetHook(SignalFreeWait);
     std::atomic<bool> freed = false;
     std::thread freeing([conn, &freed] {
         EXPECT_TRUE(ConnFree(conn));
         freed = true;
     });
-    waits_for_free.wait(0);
+    SemaphoreTake(&free_waits);
     EXPECT_FALSE(freed);
     // Whoever finishes the response gives the permit back, not the thread that took it.
     std::thread([conn] { SemaphoreRelease(&conn->use_semaphore); }).join();
     freeing.join();
     EXPECT_TRUE(freed);
     WaitSetHook(nullptr);
+    SemaphoreDestroy(&free_waits);
     MemFree(conn);
 }
 

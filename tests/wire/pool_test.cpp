@@ -556,12 +556,12 @@ TEST(Pool, GivesTheConnectionThatHasBeenIdleLongest) {
     EXPECT_EQ("1 idle, 1 busy", rig.Counts());
 }
 
-static std::atomic<int> waits_for_pool;
+// One permit for each session that waits for the pool.
+static Semaphore pool_waits;
 
-static void CountPoolWait(WaitPoint point) {
+static void SignalPoolWait(WaitPoint point) {
     if (point == WAIT_POOL_PERMIT) {
-        waits_for_pool++;
-        waits_for_pool.notify_all();
+        SemaphoreRelease(&pool_waits);
     }
 }
 
@@ -574,18 +574,19 @@ TEST(Pool, AtItsLimitBlocksUntilADisconnect) {
     TVCISession *second = rig.NewSession();
     ASSERT_EQ(0, TVCIConnect(first, "A", "B"));
     Connection *conn = first->conn;
-    waits_for_pool = 0;
-    WaitSetHook(CountPoolWait);
+    SemaphoreInit(&pool_waits, 0);
+    WaitSetHook(SignalPoolWait);
     std::atomic<bool> connected = false;
     std::thread waiting([second, &connected] {
         EXPECT_EQ(0, TVCIConnect(second, "A", "B"));
         connected = true;
     });
-    waits_for_pool.wait(0);
+    SemaphoreTake(&pool_waits);
     EXPECT_FALSE(connected);
     EXPECT_EQ(0, TVCIDisconnect(first));
     waiting.join();
     WaitSetHook(nullptr);
+    SemaphoreDestroy(&pool_waits);
     EXPECT_EQ(conn, second->conn);
     EXPECT_EQ(second, conn->owner);
     EXPECT_EQ("0 idle, 1 busy", rig.Counts());
