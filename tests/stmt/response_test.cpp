@@ -508,11 +508,11 @@ TEST(ReleaseResults, WaitsForTheFetchAheadReader) {
 }
 
 TEST(ReleaseResults, WaitsForNoFetchAheadReaderWithoutBothCursorFlags) {
-    for (uint8_t use_server_cursor : {0, 1}) {
+    for (bool use_server_cursor : {false, true}) {
         StmtRig rig;
         EXPECT_EQ(0, rig.Answer(Hex("'U' 00000001 'K'")));
         rig.stmt->use_server_cursor = use_server_cursor;
-        rig.stmt->fetch_ahead = use_server_cursor == 0;
+        rig.stmt->fetch_ahead = !use_server_cursor;
         rig.stmt->ahead_result = rig.Result(0);
         rig.stmt->ahead_state.store(1);
         static TVCIStmt *stmt;
