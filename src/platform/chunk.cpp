@@ -19,8 +19,6 @@ void ChunkGive(void *chunk) {
 #else
 // 128 MiB: the rows of a result of a million or so.
 constexpr int32_t KEPT_CHUNKS_MAX = 2048;
-// As many as the usual small results need stay as they are, so that these cost no system call.
-constexpr int32_t KEPT_CHUNKS_AT_HAND = 16;
 
 static void *kept_chunks[KEPT_CHUNKS_MAX];
 static int32_t kept_chunk_count;
@@ -52,9 +50,6 @@ void ChunkGive(void *chunk) {
     if (EnterList()) {
         kept = kept_chunk_count < KEPT_CHUNKS_MAX;
         if (kept) {
-            if (kept_chunk_count >= KEPT_CHUNKS_AT_HAND) {
-                ChunkOffer(chunk);
-            }
             kept_chunks[kept_chunk_count++] = chunk;
         }
         LeaveList();

@@ -18,7 +18,3 @@ void *ChunkMap(void) {
 void ChunkUnmap(void *chunk) {
     munmap(chunk, MEM_CHUNK_BYTES);
 }
-
-void ChunkOffer(void *chunk) {
-    madvise(chunk, MEM_CHUNK_BYTES, MADV_FREE);
-}

@@ -11,7 +11,3 @@ void *ChunkMap(void) {
 void ChunkUnmap(void *chunk) {
     VirtualFree(chunk, 0, MEM_RELEASE);
 }
-
-void ChunkOffer(void *chunk) {
-    VirtualAlloc(chunk, MEM_CHUNK_BYTES, MEM_RESET, PAGE_READWRITE);
-}

@@ -41,8 +41,6 @@ int32_t TVCIFetch(TVCIStmt *stmt) {
     RowImage **slot = NextSlot(stmt, result, position);
     result->current_row = slot == NULL ? NULL : *slot;
     result->next_slot = slot == NULL ? NULL : slot + 1;
-    __builtin_prefetch((const void *)((uintptr_t)result->current_row + 512));
-    __builtin_prefetch((const void *)((uintptr_t)result->current_row + 576));
     const DefineRecord *defines = stmt->bound_columns;
     const int32_t define_count = stmt->bound_column_count;
     for (int32_t i = 0; i < define_count; i++) {
