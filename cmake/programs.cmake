@@ -15,9 +15,10 @@ foreach(source IN LISTS example_sources)
 endforeach()
 
 # Benchmarks: each source directly in bench/ is one program; bench/support holds what they share.
-# They measure optimised code, so the sanitizers' presets leave them out.
+# They measure optimised code, so the sanitizers' presets leave them out; the server that they replay
+# is a forked process, so the Windows preset does too.
 file(GLOB bench_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*.cpp)
-if(bench_sources AND NOT TAVU_SANITIZE)
+if(bench_sources AND NOT TAVU_SANITIZE AND NOT WIN32)
     tavu_glob(bench_support_sources bench/support)
     add_library(bench_support INTERFACE)
     if(bench_support_sources)

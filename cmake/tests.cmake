@@ -83,6 +83,11 @@ if(TARGET test_e2e)
     tavu_add_test(e2e ${run_with_server} ${run_program} $<TARGET_FILE:test_e2e> --gtest_brief=1)
 endif()
 
+# The benchmarks at a small size, so that they keep working; nothing is measured here.
+if(TARGET bench_fetch)
+    tavu_add_test(bench_fetch bench_fetch 3000)
+endif()
+
 # Each example runs against a server of its own, told where to log on. What it must print lies
 # beside its source.
 file(GLOB example_outputs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/*.expected)
