@@ -17,8 +17,8 @@ void ChunkGive(void *chunk) {
     free(chunk);
 }
 #else
-// 128 MiB: the rows of a result of a million or so.
-constexpr int32_t KEPT_CHUNKS_MAX = 2048;
+// 16 MiB: the rows of a result of a hundred thousand or so.
+constexpr int32_t KEPT_CHUNKS_MAX = 256;
 
 static void *kept_chunks[KEPT_CHUNKS_MAX];
 static int32_t kept_chunk_count;

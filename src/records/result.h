@@ -83,6 +83,7 @@ struct ResultSet {
                             // index must be asked
     RowImage *current_row;  // borrowed from the arena; NULL at the end of the data
     uint32_t affected;      // rows, for all kinds but rows
+    Mutex count_lock;       // guards the increment of store.row_count
     RowArena *arena;        // owned; NULL until the first rows are read
     void **text_cache;      // owned, field_count long; NULL but in a copy that was handed out
 };

@@ -16,7 +16,7 @@ struct TVCIStmt;
 struct BindRecord {
     ListLink link;  // in TVCIStmt.binds
     TVCIStmt *stmt;
-    void *value;        // borrowed
+    void *value;         // borrowed
     int32_t value_size;  // bytes
     int32_t c_type;
     int32_t *return_code;    // borrowed, or NULL
@@ -27,8 +27,8 @@ struct BindRecord {
 // One parameter of a statement.
 struct ParamRecord {
     uint8_t bound;
-    int32_t kind;  // direction: 1 input, 2 output
-    char *name;    // owned; NULL for a question mark
+    int32_t kind;     // direction: 1 input, 2 output
+    char *name;       // owned; NULL for a question mark
     int32_t ordinal;  // from 1
     int32_t sql_type;
     BindRecord *bind;  // owned through TVCIStmt.binds; NULL while unbound
@@ -36,8 +36,8 @@ struct ParamRecord {
 
 // One defined column: where the fetch puts its value.
 struct DefineRecord {
-    int32_t column;  // index, from 0
-    void *buffer;    // borrowed
+    int32_t column;       // index, from 0
+    void *buffer;         // borrowed
     int32_t buffer_size;  // bytes
     int32_t c_type;
     int32_t *return_code;    // borrowed, or NULL
@@ -46,9 +46,9 @@ struct DefineRecord {
 
 // A column descriptor handed out by TVCIParamGet.
 struct ColumnHandle {
-    uint32_t type;      // 10
-    int32_t position;   // from 1
-    FieldDesc *field;   // borrowed from the result
+    uint32_t type;     // 10
+    int32_t position;  // from 1
+    FieldDesc *field;  // borrowed from the result
 };
 
 enum StmtState { STMT_TEXT_SET = 0, STMT_PREPARED = 1, STMT_SENT = 3 };
@@ -86,5 +86,5 @@ struct TVCIStmt {
     ColumnHandle *column_handles;  // owned; column_handle_count long, or NULL
     int32_t column_handle_count;
     uint32_t result_generation;  // raised each time the results and column handles are released
-    void **owner_slot;  // borrowed; the pointer above that names this handle, or NULL
+    void **owner_slot;           // borrowed; the pointer above that names this handle, or NULL
 };

@@ -162,8 +162,12 @@ static bool ReadRowsItem(Response *response) {
     result->kind = RESULT_ROWS;
     const int32_t fields_result = ReadFieldList(result);
     if (fields_result != 0) return EndCutShort(response, fields_result);
+    MutexInit(&result->count_lock);
     const int32_t row_count = ReadFirstRows(result);
-    if (EndFollows(response)) return EndAtLastLetter(response);
+    if (EndFollows(response)) {
+        MutexDestroy(&result->count_lock);
+        return EndAtLastLetter(response);
+    }
     if (row_count < FIRST_ROWS_MAX) return true;
     // A full block, whatever follows it: the thread has the connection and its permit from here on.
     stmt->rows_complete.store(0, std::memory_order_release);

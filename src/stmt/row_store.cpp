@@ -106,9 +106,10 @@ int32_t AppendRow(ResultSet *result, RowImage *row) {
     RowImage **slot = RowSlot(result, count);
     if (slot == NULL) return TVCI_NO_MEMORY;
     *slot = row;
-    // The row reader alone counts, so that a store is enough; what the fetch side counts must be
-    // stored.
+    // The fetch side counts without the lock: what it counts must be stored.
+    MutexLock(&result->count_lock);
     store->row_count.store(count + 1, std::memory_order_release);
+    MutexUnlock(&result->count_lock);
     return TVCI_SUCCESS;
 }
 

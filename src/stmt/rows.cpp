@@ -196,6 +196,7 @@ int32_t ReadRemainingRows(ResultSet *result) {
     uint8_t letter;
     const bool came = ConnReadChar(conn, &letter);
     if (came && letter == MSG_END) {
+        MutexDestroy(&result->count_lock);
         stmt->rows_complete.store(1, std::memory_order_release);
         // From here on the results may be released.
         stmt->response_done.store(1, std::memory_order_release);

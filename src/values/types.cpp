@@ -4,6 +4,9 @@
 #include "platform/memory.h"
 #include "values/arena.h"
 
+constexpr uintptr_t CACHE_LINE_BYTES = 64;
+constexpr uintptr_t PREFETCH_AHEAD_BYTES = 8 * CACHE_LINE_BYTES;
+
 // In each line: name, slot bytes, CType, SqlType, and the code behind it.
 const TypeEntry type_table[TYPE_TABLE_ENTRIES] = {
     {"EMPTY",                     16, 2,  12}, // 0
@@ -82,9 +85,6 @@ int32_t TypeDefaultCType(int32_t type_id) {
 int32_t TypeToSqlType(int32_t type_id) {
     return TypeLookup(type_id)->sql_type;
 }
-
-constexpr uintptr_t CACHE_LINE_BYTES = 64;
-constexpr uintptr_t PREFETCH_AHEAD_BYTES = 8 * CACHE_LINE_BYTES;
 
 RowImage *RowCreate(RowArena *arena, int32_t row_size, int32_t column_count) {
     RowImage *row = (RowImage *)ArenaAlloc(arena, row_size);

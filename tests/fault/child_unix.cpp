@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include "fault/child.h"
 #include "platform/debug.h"
@@ -154,11 +155,22 @@ static bool Collect(pid_t child) {
     return true;
 }
 
+// ThreadSanitizer starts threads of its own beside the first one of a process. In a process that
+// has had one they are there before the fork, and a child can tell the library's threads from them.
+static void StartFirstThread() {
+    static bool started = false;
+    if (!started) {
+        std::thread([] {}).join();
+        started = true;
+    }
+}
+
 Outcome RunInChild(const std::function<void(Outcome *)> &run) {
     const int shared = MAP_SHARED | MAP_ANONYMOUS;
     void *page = mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, shared, -1, 0);
     child_outcome = (Outcome *)page;
     child_outcome->last_call = "(nothing)";
+    StartFirstThread();
     fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
