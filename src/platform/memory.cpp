@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/chunk.h"
-
 #ifdef TAVU_TEST_SEAMS
 #include <atomic>
 
@@ -71,17 +69,6 @@ void *MemRealloc(void *block, size_t bytes) {
 void MemFree(void *block) {
     CountBlock(block, -1);
     free(block);
-}
-
-void *MemAllocChunk(void) {
-    if (RequestFails()) return NULL;
-    return CountBlock(ChunkTake(), 1);
-}
-
-void MemFreeChunk(void *chunk) {
-    if (chunk == NULL) return;
-    CountBlock(chunk, -1);
-    ChunkGive(chunk);
 }
 
 char *MemCopyBytes(const void *source, size_t bytes) {

@@ -17,14 +17,6 @@ void *MemRealloc(void *block, size_t bytes);
 // Releases a block of the functions above. NULL is ignored.
 void MemFree(void *block);
 
-// The unit of row memory. Chunks are no heap blocks: they are released by MemFreeChunk only.
-constexpr size_t MEM_CHUNK_BYTES = 65536;
-
-// Returns a chunk of unspecified content, or NULL.
-void *MemAllocChunk(void);
-// NULL is ignored.
-void MemFreeChunk(void *chunk);
-
 // Returns an owned copy of `bytes` bytes with a NUL behind them, or NULL. `source` may be NULL when
 // `bytes` is 0.
 char *MemCopyBytes(const void *source, size_t bytes);

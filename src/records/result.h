@@ -39,8 +39,7 @@ struct ArenaChunk {
     int32_t capacity;  // bytes at `data`
     int32_t used;
     int32_t free;
-    uint8_t *data;     // owned
-    bool large_value;  // `data` is a heap block for one value, not a chunk of the usual size
+    uint8_t *data;  // owned
 };
 
 // Memory of the rows of one result: released in one sweep.

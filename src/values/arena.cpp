@@ -9,12 +9,9 @@
 constexpr size_t FAILURE_TEXT_BYTES = 64;
 
 // Makes a chunk record with a buffer of its own, all of it free; not linked.
-static ArenaChunk *NewChunk(int32_t capacity, bool large_value) {
+static ArenaChunk *NewChunk(int32_t capacity) {
     ArenaChunk *chunk = (ArenaChunk *)MemAlloc(sizeof(ArenaChunk));
-    void *data = NULL;
-    if (chunk != NULL) {
-        data = large_value ? MemAllocRaw((size_t)capacity) : MemAllocChunk();
-    }
+    void *data = chunk == NULL ? NULL : MemAllocRaw((size_t)capacity);
     if (data == NULL) {
         char text[FAILURE_TEXT_BYTES];
         snprintf(text, sizeof(text), "\n here malloc size %d failed \n", capacity);
@@ -23,7 +20,6 @@ static ArenaChunk *NewChunk(int32_t capacity, bool large_value) {
         return NULL;
     }
     chunk->data = (uint8_t *)data;
-    chunk->large_value = large_value;
     chunk->capacity = capacity;
     chunk->free = capacity;
     return chunk;
@@ -32,7 +28,7 @@ static ArenaChunk *NewChunk(int32_t capacity, bool large_value) {
 RowArena *ArenaCreate(void) {
     RowArena *arena = (RowArena *)MemAlloc(sizeof(RowArena));
     if (arena == NULL) return NULL;
-    arena->first = NewChunk(ARENA_CHUNK_BYTES, false);
+    arena->first = NewChunk(ARENA_CHUNK_BYTES);
     if (arena->first == NULL) {
         MemFree(arena);
         return NULL;
@@ -46,11 +42,7 @@ void ArenaFree(RowArena *arena) {
     ArenaChunk *chunk = arena->first;
     while (chunk != NULL) {
         ArenaChunk *next = chunk->next;
-        if (chunk->large_value) {
-            MemFree(chunk->data);
-        } else {
-            MemFreeChunk(chunk->data);
-        }
+        MemFree(chunk->data);
         MemFree(chunk);
         chunk = next;
     }
@@ -66,7 +58,7 @@ static void LinkChunk(RowArena *arena, ArenaChunk *chunk) {
 
 // Opens a new running chunk and serves the request from its start.
 static void *AllocFromNewChunk(RowArena *arena, int32_t bytes) {
-    ArenaChunk *chunk = NewChunk(ARENA_CHUNK_BYTES, false);
+    ArenaChunk *chunk = NewChunk(ARENA_CHUNK_BYTES);
     if (chunk == NULL) return NULL;
     LinkChunk(arena, chunk);
     chunk->used = bytes + 1;
@@ -77,7 +69,7 @@ static void *AllocFromNewChunk(RowArena *arena, int32_t bytes) {
 // Serves the request with a buffer of its exact size. The running chunk moves into the new record,
 // which comes behind the old one, so that what it has left is used by the next small request.
 static void *AllocOwnBuffer(RowArena *arena, int32_t bytes) {
-    ArenaChunk *chunk = NewChunk(bytes + 1, true);
+    ArenaChunk *chunk = NewChunk(bytes + 1);
     if (chunk == NULL) return NULL;
     ArenaChunk *old = arena->current;
     uint8_t *own_data = chunk->data;
@@ -85,10 +77,8 @@ static void *AllocOwnBuffer(RowArena *arena, int32_t bytes) {
     chunk->capacity = old->capacity;
     chunk->used = old->used;
     chunk->free = old->free;
-    chunk->large_value = old->large_value;
     LinkChunk(arena, chunk);
     old->data = own_data;
-    old->large_value = true;
     old->capacity = bytes + 1;
     old->used = bytes + 1;
     old->free = 0;

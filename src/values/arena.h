@@ -8,10 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/memory.h"
 #include "records/result.h"
 
-constexpr int32_t ARENA_CHUNK_BYTES = MEM_CHUNK_BYTES;
+constexpr int32_t ARENA_CHUNK_BYTES = 65536;
 // A request above this may start a chunk of its own size.
 constexpr int32_t ARENA_LARGE_BYTES = 32768;
 
