@@ -6,6 +6,7 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -149,6 +150,7 @@ Replay ReplayStart(const ReplayResult &result) {
     pid_t process = fork();
     Must(process >= 0, "fork");
     if (process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // a client that fails leaves no server behind
         PinTo((int)sysconf(_SC_NPROCESSORS_ONLN) - 1);
         for (;;) {
             int connection = accept(listener, NULL, NULL);
