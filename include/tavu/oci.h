@@ -472,7 +472,8 @@ int32_t OCIStmtGetPieceInfo(OCIStmt *stmtp, OCIError *errhp, void **hndlpp, uint
 /* Delivers a piece to a bind (copied at once), or names the buffer for the next piece of a
  * define.
  *   bufp   the piece, or the buffer, which must live until the next fetch
- *   alenp  bytes; of a define it must live until the next fetch, which may lower it
+ *   alenp  bytes; of a define it must live while the pieces go on: the fetch may lower it, and
+ *          OCIStmtGetPieceInfo reads it again
  *   piece  OCI_LAST_PIECE makes a bind ready
  *   indp, rcodep  ignored
  * Returns 0; -2 for a NULL `hndlp`; -1 "Parameter bufp is NULL."; -1 "Parameter alenp is NULL.";
