@@ -10,6 +10,8 @@ set_source_files_properties(${export_sources} PROPERTIES COMPILE_OPTIONS -fvisib
 
 add_library(tavu_native OBJECT ${native_sources})
 tavu_library_target(tavu_native)
+string(REPLACE "\\" "\\\\" control_file "${TAVU_CONTROL_FILE}")
+target_compile_definitions(tavu_native PRIVATE TAVU_CONTROL_FILE="${control_file}")
 
 add_library(tvci STATIC $<TARGET_OBJECTS:tavu_native>)
 target_include_directories(tvci PUBLIC include)
@@ -19,6 +21,9 @@ set_target_properties(tvci PROPERTIES LINKER_LANGUAGE CXX)
 add_library(tavu_seams STATIC ${all_sources})
 tavu_library_target(tavu_seams)
 target_compile_definitions(tavu_seams PUBLIC TAVU_TEST_SEAMS=1)
+# The tests write a control file of their own.
+set(TAVU_TEST_CONTROL_FILE ${PROJECT_BINARY_DIR}/tavu_set_test.ctl)
+target_compile_definitions(tavu_seams PRIVATE TAVU_CONTROL_FILE="${TAVU_TEST_CONTROL_FILE}")
 
 if(NOT oci_sources)
     return()

@@ -16,15 +16,16 @@ endforeach()
 
 # Benchmarks: each source directly in bench/ is one program; bench/support holds what they share.
 # They measure optimised code, so the sanitizers' presets leave them out; the server that they replay
-# is a forked process, so the Windows preset does too.
+# is a forked process, so the Windows preset does too. The server's ciphers, and the native calls of
+# those that measure below the call interface, come from the static library.
 file(GLOB bench_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*.cpp)
 if(bench_sources AND NOT TAVU_SANITIZE AND NOT WIN32)
     tavu_glob(bench_support_sources bench/support)
     add_library(bench_support INTERFACE)
     if(bench_support_sources)
         add_library(bench_support_objects STATIC ${bench_support_sources})
-        target_include_directories(bench_support_objects PUBLIC bench include)
-        target_link_libraries(bench_support_objects PRIVATE tavu_warnings PUBLIC tavu_system)
+        target_include_directories(bench_support_objects PUBLIC bench src include)
+        target_link_libraries(bench_support_objects PRIVATE tavu_warnings PUBLIC tvci tavu_system)
         target_link_libraries(bench_support INTERFACE bench_support_objects)
     endif()
     foreach(source IN LISTS bench_sources)

@@ -69,6 +69,29 @@ foreach(area platform diag wire client values stmt bulk oci fault)
     endif()
 endforeach()
 
+# The control file of the tests is read by every program that links tavu_seams: while test_client
+# writes it nothing else runs.
+if(TARGET test_client)
+    set_source_files_properties(tests/client/control_file_test.cpp PROPERTIES
+        COMPILE_DEFINITIONS TAVU_TEST_CONTROL_FILE="${TAVU_TEST_CONTROL_FILE}")
+    set_tests_properties(client PROPERTIES RUN_SERIAL TRUE)
+endif()
+
+# The static library as it is shipped, with the machine's own control file, which it can be given
+# under Wine alone. Every other program in the same Wine folder would read it.
+if(WIN32)
+    tavu_test_executable(native tvci)
+    if(TARGET test_native)
+        tavu_add_test(native test_native --gtest_brief=1)
+        set_tests_properties(native PROPERTIES RUN_SERIAL TRUE)
+    endif()
+endif()
+
+# A second implementation of the enciphered login's arithmetic, to compare with.
+if(TARGET test_wire AND NOT WIN32)
+    target_link_libraries(test_wire PRIVATE gmp)
+endif()
+
 if(TARGET test_fault)
     tavu_add_test(fault ${run_with_server} ${run_program} $<TARGET_FILE:test_fault> --gtest_brief=1)
 endif()
@@ -86,6 +109,10 @@ endif()
 # The benchmarks at a small size, so that they keep working; nothing is measured here.
 if(TARGET bench_fetch)
     tavu_add_test(bench_fetch bench_fetch 3000)
+    tavu_add_test(bench_fetch_enciphered bench_fetch_enciphered 1500)
+    tavu_add_test(bench_login bench_login 20)
+    tavu_add_test(bench_pool bench_pool 1000)
+    tavu_add_test(bench_cipher bench_cipher 5)
 endif()
 
 # Each example runs against a server of its own, told where to log on. What it must print lies
@@ -105,5 +132,11 @@ if(NOT WIN32)
     if(TARGET test_server)
         add_dependencies(test_server tavud)
         tavu_add_test(server test_server --gtest_brief=1)
+    endif()
+    # These start and kill servers of their own.
+    tavu_test_executable(live tavu_seams)
+    if(TARGET test_live)
+        add_dependencies(test_live tavud)
+        tavu_add_test(live test_live --gtest_brief=1)
     endif()
 endif()

@@ -9,6 +9,7 @@ packages='
     cmake
     g++-mingw-w64-x86-64-posix
     googletest
+    libgmp-dev
     libsqlite3-dev
     ninja-build
     wine64

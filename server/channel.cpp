@@ -27,12 +27,17 @@ Channel::Channel(int socket) : socket_(socket), input_(INPUT_BYTES) {
     output_.reserve(OUTPUT_BYTES);
 }
 
-size_t Channel::ReceiveSome(uint8_t *bytes, size_t bytes_max) {
-    for (;;) {
-        const ssize_t received = recv(socket_, bytes, bytes_max, 0);
-        if (received > 0) return static_cast<size_t>(received);
-        if (received == 0 || errno != EINTR) throw ConnectionClosed();
+// Called when all that has come has been read.
+void Channel::ReceiveMore() {
+    input_start_ = 0;
+    input_end_ = 0;
+    ssize_t received = recv(socket_, input_.data(), input_.size(), 0);
+    while (received < 0 && errno == EINTR) {
+        received = recv(socket_, input_.data(), input_.size(), 0);
     }
+    if (received <= 0) throw ConnectionClosed();
+    input_end_ = static_cast<size_t>(received);
+    if (input_cipher_) input_cipher_->Apply(input_.data(), input_end_);
 }
 
 void Channel::SendAll(const char *bytes, size_t count) {
@@ -48,11 +53,7 @@ void Channel::SendAll(const char *bytes, size_t count) {
 }
 
 uint8_t Channel::ReadByte() {
-    if (input_start_ == input_end_) {
-        input_start_ = 0;
-        input_end_ = 0;
-        input_end_ = ReceiveSome(input_.data(), input_.size());
-    }
+    if (input_start_ == input_end_) ReceiveMore();
     return input_[input_start_++];
 }
 
@@ -103,10 +104,17 @@ void Channel::WriteInt32(int32_t value) {
 }
 
 void Channel::WriteBytes(std::string_view bytes) {
-    if (bytes.size() >= OUTPUT_BYTES) {
+    if (bytes.size() >= OUTPUT_BYTES && !output_cipher_) {
         Flush();
         SendAll(bytes.data(), bytes.size());
         return;
+    }
+    // The caller's bytes stay as they are, so what is to be enciphered is copied, a piece at a
+    // time.
+    while (bytes.size() >= OUTPUT_BYTES) {
+        output_.append(bytes.substr(0, OUTPUT_BYTES));
+        bytes.remove_prefix(OUTPUT_BYTES);
+        Flush();
     }
     output_.append(bytes);
     if (output_.size() >= OUTPUT_BYTES) Flush();
@@ -117,9 +125,33 @@ void Channel::WriteText(std::string_view text) {
     WriteBytes(text);
 }
 
+void Channel::WriteBare(std::string_view bytes) {
+    EncipherOutput();
+    output_.append(bytes);
+    output_ready_ = output_.size();
+    if (output_.size() >= OUTPUT_BYTES) Flush();
+}
+
 void Channel::Flush() {
+    EncipherOutput();
     SendAll(output_.data(), output_.size());
     output_.clear();
+    output_ready_ = 0;
+}
+
+void Channel::StartCipher(std::string_view key) {
+    input_cipher_.emplace(key);
+    output_cipher_ = input_cipher_;
+    input_cipher_->Apply(input_.data() + input_start_, input_end_ - input_start_);
+}
+
+// Answers are enciphered in long runs, at the latest when they leave.
+void Channel::EncipherOutput() {
+    if (output_cipher_) {
+        output_cipher_->Apply(reinterpret_cast<uint8_t *>(output_.data()) + output_ready_,
+                              output_.size() - output_ready_);
+    }
+    output_ready_ = output_.size();
 }
 
 void AppendInt16(std::string *bytes, int16_t value) {

@@ -1,15 +1,18 @@
 // One accepted socket with its buffers: typed reads and writes in network byte order.
 //
-// Requests arrive and answers leave through here and nowhere else, so this is also where a stream
-// cipher is to be put: bytes pass ReceiveSome on their way in and SendAll on their way out.
+// Requests arrive and answers leave through here and nowhere else, so this is also where the stream
+// cipher of an enciphered connection stands.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "server/keystream.h"
 
 namespace tavud {
 
@@ -41,17 +44,28 @@ public:
     void WriteBytes(std::string_view bytes);
     // An int32 length and the bytes.
     void WriteText(std::string_view text);
+    // For the few bytes that a client takes without deciphering them: they leave as they are, and
+    // the keystream stays where it is.
+    void WriteBare(std::string_view bytes);
     void Flush();
 
+    // From here on both directions are enciphered, bytes that have already come included. `key` has
+    // Keystream::KEY_BYTES bytes. What was written before must have been flushed.
+    void StartCipher(std::string_view key);
+
 private:
-    size_t ReceiveSome(uint8_t *bytes, size_t bytes_max);
+    void ReceiveMore();
     void SendAll(const char *bytes, size_t count);
+    void EncipherOutput();
 
     int socket_;
     std::vector<uint8_t> input_;
     size_t input_start_ = 0;  // first unread byte: input_start_ <= input_end_ <= input_.size()
     size_t input_end_ = 0;
-    std::string output_;  // not yet sent, below OUTPUT_BYTES between two calls
+    std::string output_;       // not yet sent, below OUTPUT_BYTES between two calls
+    size_t output_ready_ = 0;  // bytes of it that are in the form in which they are sent
+    std::optional<Keystream> input_cipher_;  // both or none
+    std::optional<Keystream> output_cipher_;
 };
 
 // Network byte order in a text, for values that are put together before they are sent.

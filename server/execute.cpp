@@ -14,6 +14,8 @@ namespace tavud {
 
 namespace {
 
+// In front of a data item; clients pass over it.
+constexpr int32_t DATA_NUMBER = 1;
 constexpr const char *VERSION_TEXT = "tavud 0.1.0 (SQLite " SQLITE_VERSION ")";
 
 // Leaves the statement ready for its next run and without the values of this one.
@@ -140,28 +142,57 @@ void RunReading(Workplace *place, Statement *statement, ParameterList *parameter
     }
 }
 
-void AnswerVersion(Channel *channel) {
+// The field list of a result that no table stands behind: one text without a length.
+void WriteOneField(Channel *channel, const char *name) {
     Column column;
-    column.name = "VERSION";
+    column.name = name;
     column.type.type_id = TYPE_CHAR;
     column.type.size = NO_SIZE;
     WriteFields(channel, {column});
+}
+
+void AnswerVersion(Channel *channel) {
+    WriteOneField(channel, "VERSION");
     WriteTextItem(channel, ANSWER_ROW, VERSION_TEXT);
 }
 
-// "tavud message 'text'", "tavud warning 'text'" and "tavud error 'text'" answer with just that
-// item, so that a test can have each of them when it wants.
+// A length and bytes that clients take as they come, without deciphering them.
+void WriteBareText(Channel *channel, std::string_view text) {
+    channel->WriteInt32(static_cast<int32_t>(text.size()));
+    channel->WriteBare(text);
+}
+
+// A row with the text as its bookmark and as its one value.
+void AnswerBookmark(Channel *channel, std::string_view text) {
+    WriteOneField(channel, "BOOKMARK");
+    channel->WriteByte(ANSWER_MARKED_ROW);
+    WriteBareText(channel, text);
+    channel->WriteText(text);
+}
+
+void AnswerData(Channel *channel, std::string_view text) {
+    channel->WriteByte(ANSWER_DATA);
+    channel->WriteInt32(DATA_NUMBER);
+    WriteBareText(channel, text);
+}
+
+// "tavud message 'text'" and its like answer with just that item, so that a test can have each of
+// them when it wants.
 void RunOwn(Channel *channel, const Statement &statement) {
     const TokenisedText text = Tokenise(statement.text);
     const bool sound = text.tokens.size() == 3 && text.tokens[2].kind == TokenKind::String &&
-                       text.IsAnyWord(1, {"MESSAGE", "WARNING", "ERROR"});
+                       text.IsAnyWord(1, {"MESSAGE", "WARNING", "ERROR", "DATA", "BOOKMARK"});
     if (!sound) {
-        throw StatementRefused(CODE_SYNTAX, "TAVUD takes MESSAGE, WARNING or ERROR and a text");
+        throw StatementRefused(CODE_SYNTAX,
+                               "TAVUD takes MESSAGE, WARNING, ERROR, DATA or BOOKMARK and a text");
     }
+    const std::string argument = UnquoteString(text.TextOf(2));
+    if (text.IsWord(1, "DATA")) return AnswerData(channel, argument);
+    if (text.IsWord(1, "BOOKMARK")) return AnswerBookmark(channel, argument);
     uint8_t letter = ANSWER_ERROR;
     if (text.IsWord(1, "MESSAGE")) letter = ANSWER_MESSAGE;
     if (text.IsWord(1, "WARNING")) letter = ANSWER_WARNING;
-    WriteTextItem(channel, letter, UnquoteString(text.TextOf(2)));
+    WriteTextItem(channel, letter, argument);
 }
 
 }  // namespace

@@ -19,6 +19,11 @@ constexpr uint8_t VERDICT_REFUSED = 'E';
 constexpr size_t LOGIN_BYTES_MAX = 511;
 constexpr std::string_view LOGIN_START = "login database = ";
 constexpr std::string_view CIPHER_START = "~ssl~";
+// Ends each block of the enciphered text but the last, which ends in zeros.
+constexpr std::string_view MORE_BLOCKS = "\x07\x07";
+constexpr size_t CHUNK_BYTES = KeyPair::BLOCK_BYTES - MORE_BLOCKS.size();
+// The top bit of a session key is clear, so that the key is below every modulus.
+constexpr uint8_t SESSION_KEY_SPARE_BIT = 0x80;
 constexpr std::string_view VERSION_ITEM = " version = '";
 
 // Takes a text apart from its left end.
@@ -78,6 +83,56 @@ std::string ReadLoginText(Channel *channel) {
     return text;
 }
 
+// Reads the blocks of an enciphered message in their plain form.
+struct BlockReader {
+    Channel *channel;
+    const KeyPair &key_pair;
+    bool sound = true;  // false once a block came that the public key cannot have made
+
+    std::string Read() {
+        const std::string block = channel->ReadBytes(KeyPair::BLOCK_BYTES);
+        const std::optional<std::string> plain = key_pair.Decipher(block);
+        if (!plain) sound = false;
+        return plain.value_or(std::string(KeyPair::BLOCK_BYTES, '\0'));
+    }
+};
+
+// Takes the zeros of the last block off a text. False when there are none, or more than one block
+// of them, or something behind the first.
+bool CutPadding(std::string *text) {
+    const size_t end = text->find('\0');
+    const size_t last_block = text->size() - KeyPair::BLOCK_BYTES;
+    if (end == std::string::npos || end < last_block || end >= last_block + CHUNK_BYTES) {
+        return false;
+    }
+    if (text->find_first_not_of('\0', end) != std::string::npos) return false;
+    text->resize(end);
+    return true;
+}
+
+// Hands out the public key, and reads the session key and the text that come back enciphered with
+// it. Nothing when they are malformed. A malformed message too is read to its last block before the
+// keystreams start, so that the refusal meets a client that has sent everything.
+std::optional<std::string> ReadEncipheredText(Channel *channel, const KeyPair &key_pair) {
+    channel->WriteBytes(key_pair.Exponent());
+    channel->WriteBytes(key_pair.Modulus());
+    channel->Flush();
+    BlockReader blocks{channel, key_pair};
+    const std::string session_key = blocks.Read();
+    std::string text;
+    std::string block = blocks.Read();
+    for (; block.ends_with(MORE_BLOCKS); block = blocks.Read()) {
+        text.append(block, 0, CHUNK_BYTES);
+        if (text.size() > LOGIN_BYTES_MAX) throw BadFrame("login text without an end");
+    }
+    text.append(block);
+    channel->StartCipher(session_key);
+    const bool key_fits = (static_cast<uint8_t>(session_key.back()) & SESSION_KEY_SPARE_BIT) == 0;
+    if (!blocks.sound || !key_fits || !CutPadding(&text)) return std::nullopt;
+    if (text.size() > LOGIN_BYTES_MAX) throw BadFrame("login text without an end");
+    return text;
+}
+
 void Refuse(Channel *channel, const char *code, std::string_view text) {
     channel->WriteByte(VERDICT_REFUSED);
     channel->WriteText(Bracketed(code, text));
@@ -125,13 +180,18 @@ std::optional<Login> ParseLogin(std::string_view text) {
     return login;
 }
 
-std::optional<Login> AnswerLogin(Channel *channel, const Options &options) {
-    const std::string text = ReadLoginText(channel);
+std::optional<Login> AnswerLogin(Channel *channel, const Options &options,
+                                 const KeyPair *key_pair) {
+    std::optional<std::string> text = ReadLoginText(channel);
     if (text == CIPHER_START) {
-        Refuse(channel, CODE_LOGIN_CIPHER, "this server offers no enciphered login");
-        return std::nullopt;
+        if (key_pair == nullptr) {
+            Refuse(channel, CODE_LOGIN_CIPHER, "this server offers no enciphered login");
+            return std::nullopt;
+        }
+        text = ReadEncipheredText(channel, *key_pair);
     }
-    std::optional<Login> login = ParseLogin(text);
+    std::optional<Login> login;
+    if (text) login = ParseLogin(*text);
     if (!login) {
         Refuse(channel, CODE_LOGIN_TEXT, "login text is malformed");
         return std::nullopt;

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "server/channel.h"
+#include "server/key_pair.h"
 #include "server/options.h"
 
 namespace tavud {
@@ -32,8 +33,9 @@ struct Login {
 // Nothing when the text is not in the one order that logins have.
 std::optional<Login> ParseLogin(std::string_view text);
 
-// Reads a login and answers it. Nothing after a refusal, which has then been sent. Throws
-// ConnectionClosed or BadFrame.
-std::optional<Login> AnswerLogin(Channel *channel, const Options &options);
+// Reads a login and answers it. `key_pair` is that of the enciphered form, null when that form is
+// refused; after it the channel is enciphered. Nothing after a refusal, which has then been sent.
+// Throws ConnectionClosed or BadFrame.
+std::optional<Login> AnswerLogin(Channel *channel, const Options &options, const KeyPair *key_pair);
 
 }  // namespace tavud

@@ -23,6 +23,9 @@ Usage: tavud [options]
                         (default SYSDBA:SYSDBA)
   --protocol 201|301    how a login is accepted: 201 answers 'K', 301 answers 'N', four bytes
                         and 'K' (default 301)
+  --ssl                 accepts the enciphered login besides the plain one
+  --key FILE            key pair of the enciphered login, made when it does not exist; without it
+                        each start makes a fresh one. Needs --ssl
   --help                prints this and ends
 
 When it is ready it prints one line on standard output:
@@ -56,6 +59,11 @@ int ParseProtocol(const std::string &text) {
     throw BadOption("--protocol takes 201 or 301, not \"" + text + "\"");
 }
 
+std::string ParseKeyFile(const std::string &text) {
+    if (text.empty()) throw BadOption("--key takes the name of a file");
+    return text;
+}
+
 void Apply(const std::string &name, const std::string &value, Options *options) {
     if (name == "--port") {
         options->port = ParsePort(value);
@@ -69,6 +77,8 @@ void Apply(const std::string &name, const std::string &value, Options *options) 
         options->users.push_back(ParseUser(value));
     } else if (name == "--protocol") {
         options->protocol = ParseProtocol(value);
+    } else if (name == "--key") {
+        options->key_file = ParseKeyFile(value);
     } else {
         throw BadOption("unknown option \"" + name + "\"");
     }
@@ -88,6 +98,10 @@ Options ParseOptions(const std::vector<std::string> &arguments) {
             options.help = true;
             continue;
         }
+        if (name == "--ssl") {
+            options.cipher = true;
+            continue;
+        }
         const size_t equals = name.find('=');
         std::string value;
         if (equals != std::string::npos) {
@@ -101,6 +115,7 @@ Options ParseOptions(const std::vector<std::string> &arguments) {
         }
         Apply(name, value, &options);
     }
+    if (!options.key_file.empty() && !options.cipher) throw BadOption("--key needs --ssl");
     if (options.users.empty()) options.users.push_back({"SYSDBA", "SYSDBA"});
     return options;
 }

@@ -20,6 +20,8 @@ struct Options {
     std::string database_name = "SYSTEM";
     std::vector<User> users;  // never empty after ParseOptions
     int protocol = 301;       // 201 or 301
+    bool cipher = false;      // the enciphered login is accepted besides the plain one
+    std::string key_file;     // "": a fresh key pair for each start
     bool help = false;
 };
 

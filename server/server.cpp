@@ -59,6 +59,11 @@ int Listen(const Options &options, uint16_t *port) {
     return listener;
 }
 
+std::optional<KeyPair> KeyPairOf(const Options &options) {
+    if (!options.cipher) return std::nullopt;
+    return options.key_file.empty() ? KeyPair::Make() : KeyPair::Load(options.key_file);
+}
+
 std::string PeerName(const sockaddr_in &address) {
     char text[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &address.sin_addr, text, sizeof(text));
@@ -67,7 +72,8 @@ std::string PeerName(const sockaddr_in &address) {
 
 }  // namespace
 
-Server::Server(const Options &options) : options_(options), database_(options.database_file) {
+Server::Server(const Options &options)
+    : options_(options), key_pair_(KeyPairOf(options)), database_(options.database_file) {
     listener_ = Listen(options_, &port_);
     ended_event_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (ended_event_ < 0) {
@@ -134,7 +140,8 @@ void Server::Accept() {
 void Server::Serve(Connection *connection) {
     try {
         Channel channel(connection->socket);
-        Session session(&channel, options_, database_, &stopping_);
+        const KeyPair *key_pair = key_pair_ ? &*key_pair_ : nullptr;
+        Session session(&channel, options_, key_pair, database_, &stopping_);
         session.Run();
     } catch (const ConnectionClosed &) {
         // The usual end of a connection.

@@ -4,11 +4,13 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "server/database.h"
+#include "server/key_pair.h"
 #include "server/options.h"
 
 namespace tavud {
@@ -19,7 +21,7 @@ struct ServerFailure : std::runtime_error {
 
 class Server {
 public:
-    // Opens the database and listens. Throws ServerFailure or DatabaseFailure.
+    // Opens the database and listens. Throws ServerFailure, BadKey or DatabaseFailure.
     explicit Server(const Options &options);
     ~Server();
     Server(const Server &) = delete;
@@ -47,6 +49,7 @@ private:
     void EndAll();
 
     Options options_;
+    std::optional<KeyPair> key_pair_;  // nothing: the enciphered login is refused
     Database database_;
     int listener_ = -1;
     int ended_event_ = -1;  // becomes readable when a connection has ended

@@ -41,15 +41,15 @@ std::string ParameterName(const char *name) {
 
 }  // namespace
 
-Session::Session(Channel *channel, const Options &options, const Database &database,
-                 const std::atomic<bool> *stopping)
-    : options_(options), database_(database) {
+Session::Session(Channel *channel, const Options &options, const KeyPair *key_pair,
+                 const Database &database, const std::atomic<bool> *stopping)
+    : options_(options), key_pair_(key_pair), database_(database) {
     place_.channel = channel;
     patience_.stopping = stopping;
 }
 
 void Session::Run() {
-    std::optional<Login> login = AnswerLogin(place_.channel, options_);
+    std::optional<Login> login = AnswerLogin(place_.channel, options_, key_pair_);
     if (!login) return;
     place_.login = *std::move(login);
     if (place_.login.lock_timeout_s > 0) {

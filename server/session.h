@@ -9,6 +9,7 @@
 #include "server/channel.h"
 #include "server/database.h"
 #include "server/execute.h"
+#include "server/key_pair.h"
 #include "server/options.h"
 #include "server/request.h"
 
@@ -16,9 +17,10 @@ namespace tavud {
 
 class Session {
 public:
-    // All are borrowed and outlive the session.
-    Session(Channel *channel, const Options &options, const Database &database,
-            const std::atomic<bool> *stopping);
+    // All are borrowed and outlive the session. `key_pair` is null when the enciphered login is
+    // refused.
+    Session(Channel *channel, const Options &options, const KeyPair *key_pair,
+            const Database &database, const std::atomic<bool> *stopping);
 
     // Returns after a refused login; otherwise leaves by ConnectionClosed, BadFrame or
     // DatabaseFailure.
@@ -37,6 +39,7 @@ private:
     Statements *Named(const std::string &name);
 
     const Options &options_;
+    const KeyPair *key_pair_;
     const Database &database_;
     Patience patience_;
     DatabaseHandle handle_;

@@ -1,16 +1,28 @@
 #!/bin/sh
 # Runs a program beside a fresh development server with an empty database in memory:
-#   run_with_server.sh TAVUD -- PROGRAM [ARGUMENT...]
-# The server takes a free port. The program finds it in TAVU_TEST_PORT, and in each argument in
+#   run_with_server.sh TAVUD [OPTION...] -- PROGRAM [ARGUMENT...]
+# The server takes a free port and the options that are given. The program finds it in TAVU_TEST_PORT, and in each argument in
 # place of the word @PORT@. The result is the program's, or 1 if the server did not end cleanly.
 set -eu
 
-if [ $# -lt 3 ] || [ "$2" != -- ]; then
-    echo "usage: $0 TAVUD -- PROGRAM [ARGUMENT...]" >&2
+usage() {
+    echo "usage: $0 TAVUD [OPTION...] -- PROGRAM [ARGUMENT...]" >&2
     exit 2
-fi
+}
+
+[ $# -gt 0 ] || usage
 tavud=$1
-shift 2
+shift
+# One option a line: a line end is the one thing that no option holds.
+line_end='
+'
+server_options=
+while [ $# -gt 0 ] && [ "$1" != -- ]; do
+    server_options=$server_options$1$line_end
+    shift
+done
+[ $# -gt 1 ] || usage
+shift
 if [ ! -x "$tavud" ]; then
     echo "$0: no server at $tavud: build the preset linux-release first" >&2
     exit 2
@@ -28,7 +40,12 @@ trap end_early EXIT
 trap 'exit 130' INT TERM HUP
 
 mkfifo "$work_dir/stdout"
-"$tavud" --port 0 --db :memory: >"$work_dir/stdout" &
+(
+    IFS=$line_end
+    set -f
+    # shellcheck disable=SC2086 # the lines are split on purpose
+    exec "$tavud" --port 0 --db :memory: $server_options
+) >"$work_dir/stdout" &
 server_pid=$!
 exec 3<"$work_dir/stdout"
 

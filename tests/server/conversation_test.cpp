@@ -136,6 +136,14 @@ TEST_F(Conversation, MessageWarningAndErrorComeOnDemand) {
                Wire("45 00000005 '[E1]x' 55 00000000 4b"));
 }
 
+TEST_F(Conversation, BookmarksAndDataItemsComeOnDemand) {
+    client.Ask("tavud data 'it''s'", Wire("4f 00000001 00000004") + "it's" + "K");
+    client.Ask("tavud bookmark 'xyz'",
+               Wire("41 00000001 00000008 'BOOKMARK' 0000001e ffffffff 00000000"
+                    "2a 00000003 'xyz' 00000003 'xyz' 4b"));
+    client.Ask("tavud message 'x'; tavud data ''", Wire("4d 00000001 'x' 4f 00000001 00000000 4b"));
+}
+
 TEST_F(Conversation, AFailedTransactionCommandAnswersWithTextAndK) {
     client.Send(Wire("3f 0000000f 'ROLLBACK TO sp3' 00 00000000"));
     client.Expect(Wire("45 0000001e '[E12001]no such savepoint: sp3' 4b"));

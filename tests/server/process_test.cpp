@@ -205,16 +205,26 @@ TEST(Program, HelpNamesEveryOption) {
     Program program({"--help"});
     const std::string help = program.ReadAll();
     EXPECT_EQ(0, program.Wait());
-    for (const char *option : {"--port", "--bind", "--db", "--database", "--user", "--protocol",
-                               "--help", "5138", "SYSDBA:SYSDBA", "listening on"}) {
+    for (const char *option :
+         {"--port", "--bind", "--db", "--database", "--user", "--protocol", "--ssl", "--key",
+          "--help", "5138", "SYSDBA:SYSDBA", "listening on"}) {
         EXPECT_NE(std::string::npos, help.find(option)) << option;
     }
 }
 
 TEST(Program, WrongOptionsEndItWithCode2) {
     const std::vector<std::vector<std::string>> wrong = {
-        {"--port", "65536"}, {"--port", "x"}, {"--port"},  {"--user", "nobody"},
-        {"--protocol", "1"}, {"--what", "1"}, {"nothing"},
+        {"--port", "65536"},
+        {"--port", "x"},
+        {"--port"},
+        {"--user", "nobody"},
+        {"--protocol", "1"},
+        {"--what", "1"},
+        {"nothing"},
+        {"--ssl=1"},
+        {"--key", "file"},
+        {"--ssl", "--key"},
+        {"--ssl", "--key", ""},
     };
     for (const std::vector<std::string> &arguments : wrong) {
         Program program(arguments);
@@ -228,6 +238,7 @@ TEST(Program, WhatItCannotOpenEndsItWithCode1) {
         {"--port", "0", "--db", "/nonexistent/folder/data"},
         {"--port", "0", "--bind", "localhost"},
         {"--port", "0", "--bind", "203.0.113.1"},
+        {"--port", "0", "--ssl", "--key=/nonexistent/folder/key"},
     };
     for (const std::vector<std::string> &arguments : wrong) {
         Program program(arguments);
@@ -244,9 +255,19 @@ TEST(Options, DefaultsAreThePublishedOnes) {
     EXPECT_EQ(":memory:", options.database_file);
     EXPECT_EQ("SYSTEM", options.database_name);
     EXPECT_EQ(301, options.protocol);
+    EXPECT_FALSE(options.cipher);
+    EXPECT_EQ("", options.key_file);
     ASSERT_EQ(1U, options.users.size());
     EXPECT_EQ("SYSDBA", options.users[0].name);
     EXPECT_EQ("SYSDBA", options.users[0].password);
+}
+
+TEST(Options, TheCipherTakesNoValueAndItsKeyFileOne) {
+    const tavud::Options options = tavud::ParseOptions({"--ssl", "--key", "pair", "--port=7"});
+    EXPECT_TRUE(options.cipher);
+    EXPECT_EQ("pair", options.key_file);
+    EXPECT_EQ(7, options.port);
+    EXPECT_TRUE(tavud::ParseOptions({"--key=k", "--ssl"}).cipher);
 }
 
 TEST(Options, UsersReplaceTheDefaultAndAPasswordMayHoldColons) {

@@ -76,7 +76,7 @@ TEST_F(Refusal, E19001Syntax) {
     EXPECT_EQ("[E19001]incomplete input", client.AskRefused("select"));
     EXPECT_EQ("[E19001]the text holds no statement", client.AskRefused(" ; -- nothing\n;"));
     EXPECT_EQ("[E19001]PREPARE takes a name, AS and a statement", client.AskRefused("PREPARE ST0"));
-    EXPECT_EQ("[E19001]TAVUD takes MESSAGE, WARNING or ERROR and a text",
+    EXPECT_EQ("[E19001]TAVUD takes MESSAGE, WARNING, ERROR, DATA or BOOKMARK and a text",
               client.AskRefused("tavud sing 'x'"));
 }
 

@@ -11,6 +11,7 @@
 #include "tavu/tvci.h"
 #include "values/arena.h"
 #include "values/types.h"
+#include "wire/cipher.h"
 #include "wire/connection.h"
 
 // Makes a result with an arena and lets these bytes come behind its field list.
@@ -162,6 +163,91 @@ TEST(ReadRow, WithTheCipherOnAndNoKeystreamTheBytesAreThemselves) {
     EXPECT_EQ(HexText(Hex("0000 0000 'bm' 00")), HexText(ImageBytes(row, 0, 7)));
     EXPECT_EQ(HexText(Hex("08 04030201")), HexText(ImageBytes(row, 24, 5)));
     EXPECT_EQ(HexText(Hex("'ab' 00")), ExternalText(result, row, 1));
+}
+
+// The keystream of the key 00 to 1F in its bytes 3360 to 3471. At 3400 its second block begins.
+static const char *const KEYSTREAM_FROM_3360 =
+    "025B1EE02336E86E799545CA7F43CA0130C489A79C21ABA17AA283978B7986ED"
+    "4362BC2019138FE4C88C944A2EA91F91638E6BABF2888846D5A8D293971CF73E"
+    "5F3BE650FD81AD26CC736555FFF759F977ED184298DAE0288FFE744F9545FF85"
+    "47A4B278A701CA70908C133E0FADB588";
+
+// Appends `plain` as it stands on the wire from `place` of that keystream on; moves `place`.
+static void Encipher(Bytes *wire, const Bytes &plain, size_t *place) {
+    const Bytes keystream = Hex(KEYSTREAM_FROM_3360);
+    for (const uint8_t byte : plain) {
+        wire->push_back((uint8_t)(byte ^ keystream.at(*place - 3360)));
+        (*place)++;
+    }
+}
+
+// Four rows of which the first and the third have a bookmark, enciphered but for the bookmarks.
+static Bytes EncipheredRows(size_t place) {
+    Bytes wire;
+    Encipher(&wire, Hex("'*' 00000004"), &place);
+    wire = wire + Hex("'mark'");
+    Encipher(&wire,
+             Hex("00000004 01020304 00000002 'ab'"
+                 " 'R' 00000004 05060708 00000000 '*' 00000019"),
+             &place);
+    wire = wire + Hex("'abcdefghijklmnopqrstuvwxy'");
+    Encipher(&wire,
+             Hex("00000004 090A0B0C 00000003 'cde'"
+                 " 'R' 00000004 0D0E0F10 00000001 'f' 'K'"),
+             &place);
+    return wire;
+}
+
+// The next row: the room of its bookmark, its integer and its text.
+static std::string NextRowText(ResultSet *result) {
+    RowImage *row = nullptr;
+    EXPECT_EQ(0, ReadRow(result, &row));
+    if (row == nullptr) return "none";
+    return HexText(ImageBytes(row, 4, 20)) + "; " + HexText(ImageBytes(row, 25, 4)) + "; " +
+           ExternalText(result, row, 1);
+}
+
+static std::string RowText(const char *bookmark, const char *integer, const char *text) {
+    return HexText(Hex(bookmark)) + "; " + HexText(Hex(integer)) + "; " + text;
+}
+
+// Reads the four rows at a place of the keystream, their bytes cut once.
+static void ExpectEncipheredRows(size_t place, size_t cut) {
+    SCOPED_TRACE(std::to_string(place) + ", cut before byte " + std::to_string(cut));
+    RowRig rig;
+    ResultSet *result = rig.NewResult({5, 30});
+    result->arena = ArenaCreate();
+    const Bytes key = Hex("000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F");
+    rig.conn->use_ssl = 1;
+    ASSERT_TRUE(CipherSetup(rig.conn, key.data(), 32));
+    Bytes passed(place);
+    CipherApplyRecv(rig.conn, passed.data(), (int32_t)place);
+    rig.ArriveCut(EncipheredRows(place), cut);
+    const char *const none = "0000000000000000000000000000000000000000";
+    EXPECT_EQ(RowText("'mark' 00000000000000000000000000000000", "04030201",
+                      HexText(Hex("'ab' 00")).c_str()),
+              NextRowText(result));
+    EXPECT_EQ(RowText(none, "08070605", "NULL"), NextRowText(result));
+    EXPECT_EQ(RowText("'abcdefghijklmnopqrst'", "0C0B0A09", HexText(Hex("'cde' 00")).c_str()),
+              NextRowText(result));
+    EXPECT_EQ(RowText(none, "100F0E0D", HexText(Hex("'f' 00")).c_str()), NextRowText(result));
+    RowImage *row = nullptr;
+    EXPECT_EQ(101, ReadRow(result, &row));
+    EXPECT_EQ('K', rig.conn->pushback);
+    // 67 bytes went through the keystream, the 29 of the bookmarks did not.
+    EXPECT_EQ((int32_t)(place + 67) % 3400, rig.conn->recv_cipher->pos);
+}
+
+TEST(ReadRow, ABookmarkIsNotDecipheredAndTheRowsBehindItGoOnInTheKeystream) {
+    for (size_t place = 3360; place <= 3400; place++) {
+        ExpectEncipheredRows(place, 0);
+    }
+    // The second block begins behind the first bookmark's length, and inside the third row.
+    for (const size_t place : {3395, 3365, 3400}) {
+        for (size_t cut = 1; cut < 96; cut++) {
+            ExpectEncipheredRows(place, cut);
+        }
+    }
 }
 
 TEST(ReadRow, Length0OnAVariableColumnIsNull) {

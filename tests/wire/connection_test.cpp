@@ -14,8 +14,8 @@
 #include "platform/thread.h"
 #include "platform/wait.h"
 #include "support/scripted_peer.h"
+#include "wire/cipher_rig.h"
 #include "wire/socket_option.h"
-#include "wire/wire_rig.h"
 
 static void PointAt(Connection *conn, uint16_t port) {
     conn->ip = NetAddressFromText("127.0.0.1");
@@ -222,8 +222,7 @@ TEST(ConnFree, ReleasesAllThatTheRecordOwns) {
     ConnInit(conn);
     PointAt(conn, peer.port());
     ASSERT_TRUE(ConnOpenSocket(conn));
-    conn->recv_cipher = (CipherState *)MemAlloc(1);
-    conn->send_cipher = (CipherState *)MemAlloc(1);
+    StartKeystreams(conn);
     ErrInfoReplace(&conn->last_error, "E19884", "can't connect to server");
     EXPECT_TRUE(ConnFree(conn));
     EXPECT_EQ(0u, conn->sock);

@@ -8,8 +8,8 @@
 #include "platform/socket.h"
 #include "platform/text.h"
 #include "support/scripted_peer.h"
+#include "wire/cipher_rig.h"
 #include "wire/connection.h"
-#include "wire/wire_rig.h"
 
 static const char *const DEFAULT_TEXT =
     "login database = SYSTEM user='SYSDBA' password='SYSDBA' encryptor = '' char_set = 'GBK' "
@@ -427,14 +427,9 @@ TEST(LoginError, OnAClosedSocketCannotConnect) {
     EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.conn->last_error));
 }
 
-static void AddKeystreams(Connection *conn) {
-    conn->recv_cipher = (CipherState *)MemAlloc(1);
-    conn->send_cipher = (CipherState *)MemAlloc(1);
-}
-
 TEST(LoginError, FreesTheKeystreams) {
     LoginRig rig;
-    AddKeystreams(rig.conn);
+    StartKeystreams(rig.conn);
     EXPECT_FALSE(rig.LoginAnswered(Hex("'E' 00000008 '[E1234]x'")));
     EXPECT_EQ(nullptr, rig.conn->recv_cipher);
     EXPECT_EQ(nullptr, rig.conn->send_cipher);
@@ -442,7 +437,7 @@ TEST(LoginError, FreesTheKeystreams) {
 
 TEST(LoginVerdict, OfKLeavesTheKeystreamsOfAnEarlierLogin) {
     LoginRig rig;
-    AddKeystreams(rig.conn);
+    StartKeystreams(rig.conn);
     rig.Expect(DEFAULT_TEXT);
     rig.peer.Send(Hex("'K'"));
     EXPECT_TRUE(rig.Login());
@@ -460,23 +455,6 @@ TEST(LoginVerdict, IsWhatADeadSocketLeftUnread) {
     uint8_t letter = 0;
     EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
     EXPECT_EQ('E', letter);
-}
-
-TEST(LoginEnciphered, IsRefusedWithNothingSent) {
-    LoginRig rig;
-    rig.attr.use_ssl = 1;
-    AddKeystreams(rig.conn);
-    ConnWrite(rig.conn, "abc", 3);
-    rig.peer.Accept();
-    rig.peer.ExpectEnd();
-    EXPECT_FALSE(rig.Login());
-    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.conn->last_error));
-    EXPECT_EQ(0u, rig.conn->sock);
-    EXPECT_EQ(1, rig.conn->use_ssl);
-    EXPECT_EQ(0, rig.conn->send_fill);
-    EXPECT_EQ(nullptr, rig.conn->recv_cipher);
-    EXPECT_EQ(nullptr, rig.conn->send_cipher);
-    EXPECT_STREQ("301", rig.attr.version);
 }
 
 TEST(LoginPlain, AfterARefusedEncipheredOneReadsInTheClear) {

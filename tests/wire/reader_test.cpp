@@ -4,8 +4,9 @@
 #include <cstring>
 
 #include "platform/memory.h"
+#include "wire/cipher.h"
+#include "wire/cipher_rig.h"
 #include "wire/connection.h"
-#include "wire/wire_rig.h"
 
 // Puts bytes into the receive buffer as if they had been received, the first `taken` of them read.
 static void Buffer(Connection *conn, const Bytes &bytes, int32_t taken) {
@@ -86,6 +87,60 @@ TEST(ConnReaders, ReadTheSameWithTheCipherOnAndNoKeystream) {
         socket.Arrive(values, {cut});
         ExpectValues(rig.conn, "cut before byte " + std::to_string(cut));
     }
+}
+
+// The places of a keystream at which VALUES_HEX, 35 bytes, can meet the end of a block or of its
+// last use.
+static const size_t keystream_places[] = {0,    300,  301,  310,  325,  339, 340,
+                                          3360, 3361, 3370, 3385, 3399, 3400};
+
+TEST(ConnReaders, ReadTheSameThroughAKeystreamWhenCutAtEveryByte) {
+    for (const size_t place : keystream_places) {
+        const Bytes values = Enciphered(Hex(VALUES_HEX), place);
+        for (size_t cut = 1; cut < values.size(); cut++) {
+            ConnRig rig;
+            StartKeystreams(rig.conn);
+            PassOver(rig.conn, place);
+            PlayedSocket socket;
+            socket.Arrive(values, {cut});
+            ExpectValues(rig.conn,
+                         std::to_string(place) + ", cut before byte " + std::to_string(cut));
+            EXPECT_EQ((place + values.size()) % 3400, (size_t)rig.conn->recv_cipher->pos);
+            EXPECT_EQ(place % 3400, (size_t)rig.conn->send_cipher->pos);
+        }
+    }
+}
+
+TEST(ConnReaders, ReadEveryPlaceOfAKeystreamThatEndsInsideTheValues) {
+    for (size_t place = 3360; place <= 3400; place++) {
+        ConnRig rig;
+        StartKeystreams(rig.conn);
+        PassOver(rig.conn, place);
+        PlayedSocket socket;
+        socket.Arrive(Enciphered(Hex(VALUES_HEX), place));
+        ExpectValues(rig.conn, "at " + std::to_string(place));
+    }
+}
+
+TEST(ConnReaders, ThatFailLeaveTheKeystreamWhereItWas) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    socket.Arrive(Hex("0102"));
+    uint32_t word = 5;
+    EXPECT_FALSE(ConnReadInt32(rig.conn, &word));
+    EXPECT_EQ(5u, word);
+    EXPECT_EQ(0, rig.conn->recv_cipher->pos);
+}
+
+TEST(ConnReaders, ReadAKeystreamOnlyWhileTheCipherIsOn) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    rig.conn->use_ssl = 0;
+    PlayedSocket socket;
+    socket.Arrive(Hex(VALUES_HEX));
+    ExpectValues(rig.conn, "cipher off");
+    EXPECT_EQ(0, rig.conn->recv_cipher->pos);
 }
 
 TEST(ConnReaders, TakeValuesInHostOrderWhileBytesAreNotSwapped) {
@@ -367,6 +422,55 @@ TEST(Pushback, IsReturnedUnchangedWithTheCipherOn) {
     EXPECT_EQ(0, rig.conn->recv_pos);
 }
 
+TEST(Pushback, IsReturnedUnchangedAndLeavesTheKeystreamWhereItWas) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    const Bytes wire = Enciphered(Hex("'AB'"), 0);
+    Buffer(rig.conn, wire, 0);
+    uint8_t letter = 0;
+    EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
+    EXPECT_EQ('A', letter);
+    EXPECT_EQ(1, rig.conn->recv_cipher->pos);
+    rig.conn->pushback = letter;
+    letter = 0;
+    EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
+    EXPECT_EQ('A', letter);
+    EXPECT_EQ(1, rig.conn->recv_cipher->pos);
+    EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
+    EXPECT_EQ('B', letter);
+    EXPECT_EQ(2, rig.conn->recv_cipher->pos);
+}
+
+TEST(Pushback, ThatAnotherReaderTakesGoesThroughTheKeystreamASecondTime) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    // The keystream begins 38 CB D9 85.
+    Buffer(rig.conn, Hex("CBD985 'Z'"), 0);
+    rig.conn->pushback = 'R';
+    uint32_t word = 0;
+    EXPECT_TRUE(ConnReadInt32(rig.conn, &word));
+    // 'R' is 52, and 52 XOR 38 is 6A.
+    EXPECT_EQ(0x6A000000u, word);
+    EXPECT_EQ(4, rig.conn->recv_cipher->pos);
+}
+
+TEST(ConnReadExact, DeciphersNothingAndLeavesTheKeystreamWhereItWas) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    socket.Arrive(Enciphered(Hex("'A'"), 0) + Hex("'raw'") + Enciphered(Hex("'B'"), 1));
+    uint8_t letter = 0;
+    char raw[4] = {};
+    EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
+    EXPECT_EQ('A', letter);
+    EXPECT_TRUE(ConnReadExact(rig.conn, raw, 3));
+    EXPECT_STREQ("raw", raw);
+    EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
+    EXPECT_EQ('B', letter);
+}
+
 TEST(ConnTake, HandsOutBytesOnlyWhileTheyLieReadyInTheClear) {
     ConnRig rig;
     Buffer(rig.conn, Hex("0102030405"), 1);
@@ -453,6 +557,24 @@ TEST(ConnReadString, OfAHugeLengthFailsWithTheStream) {
     EXPECT_EQ(blocks, MemLiveBlocks());
 }
 
+TEST(ConnReadString, DeciphersItsLengthAndItsText) {
+    std::string expected;
+    for (int i = 0; i < 3500; i++) {
+        expected += (char)('a' + i % 26);
+    }
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    // 3500 bytes reach from the first block into the second.
+    socket.Arrive(Enciphered(Hex("00000DAC") + Ascii(expected), 0), {1000});
+    char *text = nullptr;
+    EXPECT_EQ(0, ConnReadString(rig.conn, &text));
+    ASSERT_NE(nullptr, text);
+    EXPECT_EQ(expected, text);
+    MemFree(text);
+    EXPECT_EQ(104, rig.conn->recv_cipher->pos);
+}
+
 TEST(ConnReadString, FailsWhenTheStreamEndsAnywhereInside) {
     const Bytes whole = Hex("00000003 'abc'");
     for (size_t available = 0; available < whole.size(); available++) {
@@ -497,4 +619,18 @@ TEST(ConnSkip, FailsWhenTheStreamEnds) {
     PlayedSocket socket;
     socket.Arrive(Repeat(Hex("C3"), 5000));
     EXPECT_FALSE(ConnSkip(rig.conn, INT32_MAX));
+}
+
+TEST(ConnSkip, LeavesTheKeystreamWhereItWas) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    socket.Arrive(Enciphered(Hex("'A'"), 0) + Repeat(Hex("C3"), 5000) + Enciphered(Hex("'B'"), 1));
+    uint8_t letter = 0;
+    EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
+    EXPECT_EQ('A', letter);
+    EXPECT_TRUE(ConnSkip(rig.conn, 5000));
+    EXPECT_EQ(1, rig.conn->recv_cipher->pos);
+    EXPECT_TRUE(ConnReadChar(rig.conn, &letter));
+    EXPECT_EQ('B', letter);
 }

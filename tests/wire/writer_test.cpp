@@ -2,8 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/memory.h"
+#include "wire/cipher.h"
+#include "wire/cipher_rig.h"
 #include "wire/connection.h"
-#include "wire/wire_rig.h"
 
 // Puts a number of buffered bytes in front of a test.
 static void Fill(Connection *conn, int32_t bytes) {
@@ -12,11 +13,6 @@ static void Fill(Connection *conn, int32_t bytes) {
         ConnWrite(conn, filling.data(), bytes - start < 2000 ? bytes - start : 2000);
     }
     ASSERT_EQ(bytes, conn->send_fill);
-}
-
-// Stands for a keystream where only its presence matters. Released with the connection.
-static void AddSendCipher(Connection *conn) {
-    conn->send_cipher = (CipherState *)MemAlloc(1);
 }
 
 TEST(ConnWrite, Of2048BytesGoesThroughTheBuffer) {
@@ -126,26 +122,90 @@ TEST(ConnWrite, OfNoBytesOrFewerTouchesNothing) {
 
 TEST(ConnWrite, WithAKeystreamFollowsTheSameCases) {
     ConnRig rig;
-    AddSendCipher(rig.conn);
+    StartKeystreams(rig.conn);
     PlayedSocket socket;
     const Bytes bytes = Repeat(Hex("A5"), 2049);
     Fill(rig.conn, 4090);
     EXPECT_EQ(0, ConnWrite(rig.conn, "123456", 6));
     ASSERT_EQ(1u, socket.sent.size());
-    EXPECT_EQ(Repeat(Hex("F1"), 4090), socket.sent[0]);
+    EXPECT_EQ(Enciphered(Repeat(Hex("F1"), 4090), 0), socket.sent[0]);
+    EXPECT_EQ(Enciphered(Hex("'123456'"), 4090), Unsent(rig.conn));
     const int64_t blocks = MemLiveBlocks();
     EXPECT_EQ(6, ConnWrite(rig.conn, bytes.data(), 2049));
     EXPECT_EQ(blocks, MemLiveBlocks());
     ASSERT_EQ(3u, socket.sent.size());
-    EXPECT_EQ(Hex("'123456'"), socket.sent[1]);
-    EXPECT_EQ(bytes, socket.sent[2]);
+    EXPECT_EQ(Enciphered(Hex("'123456'"), 4090), socket.sent[1]);
+    EXPECT_EQ(Enciphered(bytes, 4096), socket.sent[2]);
+    // The caller's bytes are as they were.
+    EXPECT_EQ(Repeat(Hex("A5"), 2049), bytes);
+}
+
+TEST(ConnWrite, WithAKeystreamOf2048BytesGoesThroughTheBuffer) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    const Bytes bytes = Repeat(Hex("A5"), 2048);
+    MemFailAt(1);
+    EXPECT_EQ(0, ConnWrite(rig.conn, bytes.data(), 2048));
+    EXPECT_FALSE(MemFailed());
+    MemFailAt(0);
+    EXPECT_TRUE(socket.sent.empty());
+    EXPECT_EQ(Enciphered(bytes, 0), Unsent(rig.conn));
+}
+
+TEST(ConnWrite, WithAKeystreamEnciphersInTheOrderOfTheWire) {
+    // Small writes, a large one and a small one again: more than a buffer, and into a second block.
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    Bytes plain;
+    for (size_t size = 1; size <= 80; size++) {
+        const Bytes bytes = Repeat({(uint8_t)size}, size);
+        EXPECT_EQ(0, ConnWrite(rig.conn, bytes.data(), (int32_t)size));
+        plain = plain + bytes;
+    }
+    const Bytes large = Repeat(Hex("A5"), 3000);
+    ConnWrite(rig.conn, large.data(), 3000);
+    plain = plain + large;
+    ConnWriteInt32(rig.conn, 7);
+    plain = plain + Hex("00000007");
+    EXPECT_EQ(0, ConnFlush(rig.conn));
+    Bytes wire;
+    for (const Bytes &sent : socket.sent) {
+        wire = wire + sent;
+    }
+    ASSERT_EQ(6244u, plain.size());
+    EXPECT_EQ(Enciphered(plain, 0), wire);
+    EXPECT_EQ(2844, rig.conn->send_cipher->pos);
+    EXPECT_EQ(0, rig.conn->recv_cipher->pos);
+}
+
+TEST(ConnWrite, WithAKeystreamReachesPosition34000) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    const Bytes zeros(33998, 0);
+    ConnWrite(rig.conn, zeros.data(), 33998);
+    ConnWriteInt32(rig.conn, 0);
+    EXPECT_EQ(CountingKeystream(33998, 4), Unsent(rig.conn));
+    EXPECT_EQ(Hex("962D"), Bytes(rig.conn->send_buf + 2, rig.conn->send_buf + 4));
+}
+
+TEST(ConnWrite, WithAKeystreamMovesItAlsoWhenTheSendFails) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    Fill(rig.conn, 4095);
+    socket.send_results = {-1};
+    EXPECT_EQ(0, ConnWrite(rig.conn, "x", 1));
+    EXPECT_EQ(Enciphered(Hex("'x'"), 4095), Unsent(rig.conn));
 }
 
 TEST(ConnWrite, WithAKeystreamKeepsTheCopyOfALargeWriteThatMetALostConnection) {
     const int64_t blocks = MemLiveBlocks();
     {
         ConnRig rig;
-        AddSendCipher(rig.conn);
+        StartKeystreams(rig.conn);
         PlayedSocket socket;
         const Bytes bytes = Repeat(Hex("A5"), 2049);
         socket.send_results = {-1, -1};
@@ -160,13 +220,22 @@ TEST(ConnWrite, WithAKeystreamKeepsTheCopyOfALargeWriteThatMetALostConnection) {
 
 TEST(ConnWrite, WithAKeystreamFailsWhenALargeWriteCannotBeCopied) {
     ConnRig rig;
-    AddSendCipher(rig.conn);
+    StartKeystreams(rig.conn);
     PlayedSocket socket;
     const Bytes bytes = Repeat(Hex("A5"), 2049);
     MemFailAt(1);
     EXPECT_EQ(-1, ConnWrite(rig.conn, bytes.data(), 2049));
     MemFailAt(0);
     EXPECT_TRUE(socket.sent.empty());
+    EXPECT_EQ(0, rig.conn->send_cipher->pos);
+}
+
+TEST(ConnWrite, EnciphersAlsoWhileTheFlagIsOff) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    rig.conn->use_ssl = 0;
+    EXPECT_EQ(0, ConnWrite(rig.conn, "abc", 3));
+    EXPECT_EQ(Enciphered(Hex("'abc'"), 0), Unsent(rig.conn));
 }
 
 TEST(ConnWrite, TestsTheKeystreamAndNotTheFlag) {
@@ -229,6 +298,18 @@ TEST(ConnWriters, WriteBigEndian) {
     EXPECT_EQ(Hex("1234 89ABCDEF 0123456789ABCDEF C0490FDB 400921FB54442D18"), Unsent(rig.conn));
 }
 
+TEST(ConnWriters, WriteTheSameThroughAKeystream) {
+    const Bytes plain = Hex("1234 89ABCDEF 0123456789ABCDEF C0490FDB 400921FB54442D18");
+    for (size_t place = 3370; place <= 3400; place++) {
+        SCOPED_TRACE(place);
+        ConnRig rig;
+        StartKeystreams(rig.conn);
+        PassOver(rig.conn, place);
+        WriteOneOfEach(rig.conn);
+        EXPECT_EQ(Enciphered(plain, place), Unsent(rig.conn));
+    }
+}
+
 TEST(ConnWriters, WriteInHostOrderWhileBytesAreNotSwapped) {
     ConnRig rig;
     swap_bytes = 0;
@@ -261,6 +342,17 @@ TEST(ConnSendCommand, OfALongTextSendsItPastTheBuffer) {
     EXPECT_EQ(Hex("'?' 00000BB8"), socket.sent[0]);
     EXPECT_EQ(Repeat(Hex("'x'"), 3000) + Hex("00"), socket.sent[1]);
     EXPECT_EQ(Hex("00000000"), socket.sent[2]);
+}
+
+TEST(ConnSendCommand, EnciphersTheWholeFrame) {
+    ConnRig rig;
+    StartKeystreams(rig.conn);
+    PlayedSocket socket;
+    ConnSendCommand(rig.conn, "SELECT 1");
+    ConnSendCommand(rig.conn, "A");
+    EXPECT_EQ((std::vector<Bytes>{Enciphered(Hex("'?' 00000008 'SELECT 1' 00 00000000"), 0),
+                                  Enciphered(Hex("'?' 00000001 'A' 00 00000000"), 18)}),
+              socket.sent);
 }
 
 TEST(ConnSendCommandArgs, WritesTheCountAndDoesNotFlush) {

@@ -1,0 +1,276 @@
+// The block transform against powers that were computed elsewhere.
+#include "wire/block_power.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "wire/wire_rig.h"
+
+// Numbers of 256 bits, the least significant byte first.
+struct PowerCase {
+    const char *what;
+    const char *base;
+    const char *exponent;
+    const char *modulus;
+    const char *power;
+};
+
+// Computed with the integers of Python.
+static const PowerCase power_cases[] = {
+    {"a public exponent", "3DD392CC02D0B240DF956E5306318332ACFB903DB2FA70316A0593D217D94678",
+     "0100010000000000000000000000000000000000000000000000000000000000",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "21C4B91173E1AA4100AFBBD070039ABCD7B04C92F05ABA4AF309E8DABD67FAA7"},
+    {"an exponent of 256 bits", "1CBD741DBCCFD54A23A7EA79E8A8FAF35D30D28EEE3FECFFE352809C4693701E",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "B30496DF72A8F14D8BEC7071DE9897E7BD3DF0BC46E435CA66EC1A8BAEE5D3A6"},
+    {"a base above the modulus", "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "C5857D833FBC7961331062EFE46DB46359939E157C49286F6B30BAFB6DE65DC5"},
+    {"a base that is the modulus",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "0300000000000000000000000000000000000000000000000000000000000000",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "0000000000000000000000000000000000000000000000000000000000000000"},
+    {"a base of 0", "0000000000000000000000000000000000000000000000000000000000000000",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "0000000000000000000000000000000000000000000000000000000000000000"},
+    {"a base of 1", "0100000000000000000000000000000000000000000000000000000000000000",
+     "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "0100000000000000000000000000000000000000000000000000000000000000"},
+    {"a base one below the modulus",
+     "80C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "0300000000000000000000000000000000000000000000000000000000000000",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "80C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9"},
+    {"a modulus of all ones", "309E3D2590DC4E8E025172A1A9323FA9329E288016009F008DECE2D9BA2DAA47",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF",
+     "EA36AA92BE5691063D3B8D51F0D63612BBFB90590CD2EA44D6FD1AB3D4970D5E"},
+    {"a modulus whose top digit is all ones",
+     "E2064207916EDED54F7B09F50E3A457F1CBF342CE940DDCAFB0C38D0357FF430",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "8363DF81AFF86AFF1005F0D5333978630AD5D02EA777DC548FA94C52FFFFFFFF",
+     "A8D9AE659CD205C4B2097002C1B4897C8A373CE18655E8134A02FC038EBFD647"},
+    {"a modulus whose top digit is zero",
+     "63EA071E379551166B860D8DC4235AC7EC8FA642F024B2885CEA3B7847537934",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "32D0C039FC75123164EF66125712B9142FB36BD839D93B3393B17DB200000000",
+     "1310549724A510D3D72BD35306435903184E30B92214763354B7E67900000000"},
+    {"a modulus whose top digit is 1",
+     "D6FC628F7CE0B1E63E3D097058F066984C724AB46130EB89B0518813A0698F19",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "6A9CE8D664D828CD70E069FB60DA17B566E35CBDE20D4836FC003EBE01000000",
+     "F88D984F7DD8EA48869A28156E45E89C11875CB5C1584379E7F57D1600000000"},
+    {"a modulus of one digit", "3B3A3154C6D788D9FCCF77169AF24C187304AF93C0B81376F7FACDD36A0B4F14",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "FBFFFFFF00000000000000000000000000000000000000000000000000000000",
+     "EBCA53AE00000000000000000000000000000000000000000000000000000000"},
+    {"a modulus of two digits", "8C65B7EA98DB14C87C81C0C8A0A6B889D0A226F9790C421B82CB9C45ABADDB71",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "0100000000000080000000000000000000000000000000000000000000000000",
+     "2916C808BBB6303A000000000000000000000000000000000000000000000000"},
+    {"a modulus of 1", "149A87A0561ADFC6E96173EB4C69538DFBA4A5F9D950191F7E3BF6592996D5EF",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "0100000000000000000000000000000000000000000000000000000000000000",
+     "0000000000000000000000000000000000000000000000000000000000000000"},
+    {"an even modulus", "E7E89B87C9D16F0E911704D4A9C4D5D7C6CF92C57C5659F9504371676E5945C0",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "0000000000000000000000000000000001000000000000000000000000000080",
+     "B7779E4697027EB1A212C43C8B085B8E40FF425A0D6912C925C90222CB153932"},
+    {"a modulus that is a power of two",
+     "9DD41F95185524F2F414089B028CED877E2A703F20D11A38E5109A928CECE778",
+     "7B6E0AA354AF256348D3FBF4F0DF760438454C93A0746B7EFEE7231DFD5E5E8C",
+     "0000000000000000000000000000000000000000010000000000000000000000",
+     "A5113E243FC5328C5407AB8C7C4A07B528F6BA13000000000000000000000000"},
+    {"an exponent of one high bit",
+     "59AC1367505DF7BC13716A23801FBDC46687C9CDBB516362E35D4603B03B3F79",
+     "0000000000000000000000000000000000000000000000000000000000000080",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "121DAD1C8245DAEF331A4A473034D20B8FB332CB96BF132DEECAF8014E607553"},
+    {"an exponent whose top digits are zero",
+     "1FE21DFCB71DFC08831C5F0D768EED7E649EE9A1ACDE190AE428EFBE45A3D42D",
+     "0100008000000000000000000000000000000000000000000000000000000000",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "8DCD83FE06EE9F2FD6D7BE96150E89FA1CF25D6676F7A2FE523CFDEE3BCD0990"},
+    {"an exponent of 0", "8FAC99C2F8CB42FDB65CCC6E1B8B2E1EADCC8B41DE0F52FCE71707818EEBDA73",
+     "0000000000000000000000000000000000000000000000000000000000000000",
+     "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9",
+     "0100000000000000000000000000000000000000000000000000000000000000"},
+    {"2 digits of the quotient that are estimated one too great",
+     "00000000FEFFFFFFFFFFFF7F01000080FFFFFF7F02000000FFFFFFFF00000080",
+     "0200000000000000000000000000000000000000000000000000000000000000",
+     "0000008000000080000000000000008000000000000000000000000000000000",
+     "000000000B000000130000000400000000000000000000000000000000000000"},
+    {"3 digits of the quotient that are estimated one too great",
+     "00000000FFFFFF7F0100008000000080FFFFFF7FFFFFFF7FFFFFFF7FFFFFFFFF",
+     "0200000000000000000000000000000000000000000000000000000000000000",
+     "FFFFFFFF00000000000000000000000000000080FFFFFFFFFFFFFFFF02000000",
+     "4F7CCEDCB0833123FDB0484957A40C4C437B098D916D08CC8DE338CE01000000"},
+};
+
+struct Number {
+    uint32_t digits[8];
+};
+
+static Number FromHex(const char *hex) {
+    const Bytes bytes = Hex(hex);
+    Number number = {};
+    std::memcpy(number.digits, bytes.data(), sizeof(number.digits));
+    return number;
+}
+
+static Bytes BytesOf(const Number &number) {
+    const uint8_t *first = (const uint8_t *)number.digits;
+    return Bytes(first, first + sizeof(number.digits));
+}
+
+TEST(RsaBlockPower, IsThePowerModuloTheModulus) {
+    for (const PowerCase &known : power_cases) {
+        SCOPED_TRACE(known.what);
+        const Number base = FromHex(known.base);
+        const Number exponent = FromHex(known.exponent);
+        const Number modulus = FromHex(known.modulus);
+        Number power = {};
+        EXPECT_EQ(0, RsaBlockPower(power.digits, base.digits, exponent.digits, modulus.digits, 8));
+        EXPECT_EQ(Hex(known.power), BytesOf(power));
+        EXPECT_EQ(Hex(known.base), BytesOf(base));
+    }
+}
+
+TEST(RsaBlockPower, MayStoreThePowerInItsBase) {
+    for (const PowerCase &known : power_cases) {
+        SCOPED_TRACE(known.what);
+        Number block = FromHex(known.base);
+        const Number exponent = FromHex(known.exponent);
+        const Number modulus = FromHex(known.modulus);
+        EXPECT_EQ(0, RsaBlockPower(block.digits, block.digits, exponent.digits, modulus.digits, 8));
+        EXPECT_EQ(Hex(known.power), BytesOf(block));
+    }
+}
+
+TEST(RsaBlockPower, WithTheExponentOneIsTheBaseUnreduced) {
+    const Number base = FromHex("FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF");
+    const Number one = {{1}};
+    const Number modulus = {{7}};
+    Number power = {};
+    EXPECT_EQ(0, RsaBlockPower(power.digits, base.digits, one.digits, modulus.digits, 8));
+    EXPECT_EQ(BytesOf(base), BytesOf(power));
+}
+
+TEST(RsaBlockPower, WithTheModulusZeroLeavesTheBlockAndFails) {
+    const Number zero = {};
+    for (const uint32_t low : {0u, 1u, 2u, 65537u}) {
+        SCOPED_TRACE(low);
+        const Number exponent = {{low}};
+        Number block = {{1, 2, 3, 4, 5, 6, 7, 8}};
+        const Number before = block;
+        EXPECT_EQ(-1, RsaBlockPower(block.digits, block.digits, exponent.digits, zero.digits, 8));
+        EXPECT_EQ(BytesOf(before), BytesOf(block));
+        Number power = {};
+        EXPECT_EQ(-1, RsaBlockPower(power.digits, before.digits, exponent.digits, zero.digits, 8));
+        EXPECT_EQ(BytesOf(before), BytesOf(power));
+    }
+}
+
+TEST(RsaBlockPower, RefusesACountOfDigitsThatItCannotWorkWith) {
+    const Number number = {{3}};
+    for (const int32_t digit_count : {0, -1, INT32_MIN, 51, INT32_MAX}) {
+        SCOPED_TRACE(digit_count);
+        Number power = {{77}};
+        EXPECT_EQ(-1, RsaBlockPower(power.digits, number.digits, number.digits, number.digits,
+                                    digit_count));
+        EXPECT_EQ(77u, power.digits[0]);
+    }
+}
+
+TEST(RsaBlockPower, WorksWithOneDigitAndWithFifty) {
+    const uint32_t three = 3;
+    const uint32_t five = 5;
+    const uint32_t seven = 7;
+    uint32_t power = 0;
+    EXPECT_EQ(0, RsaBlockPower(&power, &three, &five, &seven, 1));
+    EXPECT_EQ(5u, power);
+    // (2 to the power 1599) squared, modulo 2 to the power 1600 less 1, is 2 to the power 1598.
+    uint32_t base[50] = {};
+    base[49] = 0x80000000;
+    const uint32_t two[50] = {2};
+    uint32_t ones[50];
+    std::memset(ones, 0xFF, sizeof(ones));
+    uint32_t wide[50] = {};
+    EXPECT_EQ(0, RsaBlockPower(wide, base, two, ones, 50));
+    EXPECT_EQ(0x40000000u, wide[49]);
+    for (int32_t i = 0; i < 49; i++) {
+        EXPECT_EQ(0u, wide[i]) << "digit " << i;
+    }
+}
+
+// A connection to which a server has sent these two values.
+struct KeyRig : ConnRig {
+    KeyRig(const char *exponent, const char *modulus) {
+        const Bytes exponent_bytes = Hex(exponent);
+        const Bytes modulus_bytes = Hex(modulus);
+        std::memcpy(conn->rsa_exponent, exponent_bytes.data(), 32);
+        std::memcpy(conn->rsa_modulus, modulus_bytes.data(), 32);
+    }
+};
+
+static const char *const ONE = "0100000000000000000000000000000000000000000000000000000000000000";
+static const char *const EXPONENT =
+    "0100010000000000000000000000000000000000000000000000000000000000";
+static const char *const MODULUS =
+    "81C04DFE66EAFA31C0D0F3A91ECA38F9A7FF096DE130DF2EB31E236A6F175FC9";
+
+// What becomes of the first `length` of the bytes 00, 01, 02 ..., with what then stands behind
+// them.
+static Bytes Transformed(const char *exponent, size_t length, size_t shown) {
+    KeyRig rig(exponent, MODULUS);
+    Bytes buffer(96, 0xA5);
+    for (size_t i = 0; i < length; i++) {
+        buffer[i] = (uint8_t)i;
+    }
+    RsaEncryptBlocks(rig.conn, buffer.data(), (int32_t)length);
+    return Bytes(buffer.begin(), buffer.begin() + (ptrdiff_t)shown);
+}
+
+TEST(RsaEncryptBlocks, FillsTheLastBlockWithZerosAndWritesAllOfIt) {
+    EXPECT_EQ(Hex("000102") + Bytes(29, 0) + Hex("A5"), Transformed(ONE, 3, 33));
+    EXPECT_EQ(Hex("EA2FB69F1736FBF587F5C52AA1162DD87574D7E468553854711E8F06E7BC6A10") + Hex("A5"),
+              Transformed(EXPONENT, 3, 33));
+}
+
+TEST(RsaEncryptBlocks, TransformsEveryWholeBlockByItself) {
+    EXPECT_EQ(Hex("000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F 202122") +
+                  Bytes(29, 0) + Hex("A5"),
+              Transformed(ONE, 35, 65));
+    EXPECT_EQ(Hex("CEDA3F63586364775037015E0197223545500F908863128E1736D44322215F94"
+                  "435506E4B856878186B7010F2F5697B5455C91116378E26224793B460A6E8F68"
+                  "A5"),
+              Transformed(EXPONENT, 35, 65));
+}
+
+TEST(RsaEncryptBlocks, OfWholeBlocksAddsABlockOfZeros) {
+    EXPECT_EQ(Hex("CEDA3F63586364775037015E0197223545500F908863128E1736D44322215F94") +
+                  Bytes(32, 0) + Hex("A5"),
+              Transformed(EXPONENT, 32, 65));
+    // Zero to the power zero is one.
+    EXPECT_EQ(
+        Hex("01") + Bytes(31, 0) + Hex("01") + Bytes(31, 0) + Hex("A5"),
+        Transformed("0000000000000000000000000000000000000000000000000000000000000000", 32, 65));
+}
+
+TEST(RsaEncryptBlocks, OfNoBytesWritesOneBlock) {
+    EXPECT_EQ(Bytes(32, 0) + Hex("A5"), Transformed(EXPONENT, 0, 33));
+}
+
+TEST(RsaEncryptBlocks, UnderTheModulusZeroLeavesTheBytes) {
+    KeyRig rig(EXPONENT, "0000000000000000000000000000000000000000000000000000000000000000");
+    Bytes buffer = Ascii("abc") + Bytes(29, 0xA5);
+    RsaEncryptBlocks(rig.conn, buffer.data(), 3);
+    EXPECT_EQ(Ascii("abc") + Bytes(29, 0), buffer);
+}
