@@ -103,6 +103,48 @@ typedef struct IntervalRec {
     int32_t kind, year_or_day, month_or_hour, minute, second, fraction;
 } IntervalRec;
 
+/* A list of addresses in a connection string. The library's; it lives as long as the process. */
+typedef struct IpTextList {
+    int32_t count;  /* of `items`: 1 to 100; less only where memory ran short */
+    char **items;   /* dotted texts as written, each NUL-terminated */
+    int32_t *flags; /* one word for each item, all 0; NULL where the list was cut off */
+} IpTextList;
+
+/* What a connection string says, by key. Texts are NUL-terminated and empty when not given, flags
+ * 0 or 1, numbers 0 when not given. */
+typedef struct ConnStringAttrs {
+    char ip[16];   /* SERVER, IP: dotted address */
+    uint32_t port; /* PORT: its low 16 bits count */
+    char database[128];
+    char user[128];        /* sent up to its 63rd byte, like `password` */
+    char password[128];    /* PWD */
+    char char_set[32];     /* empty: "GBK" */
+    char time_zone[16];    /* empty: "GTM+08:00" */
+    char iso_level[16];    /* empty: "READ COMMITED" */
+    char lock_timeout[16]; /* a number; sent when above 0 */
+    uint32_t auto_commit;
+    char encryptor[64];
+    uint8_t use_ssl; /* 1: the enciphered login */
+    uint8_t lob_ret;
+    uint8_t return_cursor_id;
+    uint8_t return_schema;
+    uint8_t return_rowid;
+    uint8_t use_cache_ret;     /* not used */
+    uint8_t use_server_cursor; /* not used */
+    uint8_t has_ips;           /* 1: the first address of a list takes the place of `ip` */
+    uint32_t cached_num;       /* not used */
+    uint8_t strict_commit;     /* not used */
+    uint8_t return_as_char;    /* not used */
+    IpTextList *ips;           /* the list; set by the library */
+    char *ips_text;            /* TVCIConnectAttrs: "ips=" and addresses between commas */
+} ConnStringAttrs;
+
+/* A failure that lies on no handle. The library's; it lives as long as the process. */
+typedef struct TVCIConnectError {
+    char code[7];  /* such as "E32384", NUL-terminated */
+    char *message; /* NUL-terminated; NULL when memory was short */
+} TVCIConnectError;
+
 /* Handles */
 
 /* Makes a handle: environment (1, `parent` is ignored), server (2, below an environment), session
@@ -153,6 +195,46 @@ int32_t TVCIAttrGet(void *handle, int32_t attribute, void *value, int32_t length
  * Returns also -9 for 58 and 59 of a type that has none. */
 int32_t TVCIGetResultAttr(void *handle, int32_t handle_type, void *value, int32_t *length,
                           int32_t attribute);
+
+/* Connection strings */
+
+/* Logs on as a text of "key=value" items says, and makes the handles to go on with.
+ *   text  items between ";", or between "," where the text has no ";"; a text that has neither, or
+ *         of fewer than 5 characters, says nothing. Keys and values are read without regard to
+ *         case and without the blanks around them, each up to 63 bytes; unknown keys, and items of
+ *         128 bytes or without a "=", are passed over. Borrowed.
+ *           SERVER IP; PORT; DB DataBase; USER UID USERID; PWD PASSWORD; CHARSET CHAR_SET
+ *           CHARACTER_SET; TIME_ZONE timezone; ISO_LEVEL ISOLEVEL; LOCK_TIMEOUT LOCKTIMEOUT;
+ *           ENCRYPTOR; CACHEDNUM                                 the text or number
+ *           AUTO_COMMIT autocommit; LOB_RET LOBRET; RETURN_ROWID RETROWID; RETURN_SCHEMA RETSCHEMA;
+ *           RETURN_ASCHAR RETASCHAR; STRICTCOMMIT; USECACHERET   "on" or "true": 1, else 0
+ *           use_ssl USESSL                                       "on", "yes" or "true": 1, else 0
+ *           RETURN_CURSORID retcursorid; USE_SRVCURSOR useservercursor
+ *                                                                "off" or "false": 0, else 1
+ *           ips=                                                 addresses between commas
+ *         An item with "ips=" or "IPS=" anywhere in it is the address list; one with more than 100
+ *         addresses prints "set ips error \n" on standard output and is cut off.
+ *   out   room for three handles: environment, server, session. The first is the caller's, and the
+ *         others go with it. Untouched on failure.
+ * The session is not connected: TVCIConnect opens a connection of its own, to the address of SERVER
+ * or IP, never of the list. It takes none of the string's settings but port and database.
+ * The connection that was logged on stays open, and its memory allocated, for the life of the
+ * process, and so do those that failed.
+ * Settings that make a login line of more than 511 bytes, 479 with `use_ssl`, end the process.
+ * Returns 0; -1 when the login failed; -4 when no connection could be made, with "make socket error
+ * \n" on standard output; -3 for a NULL argument; -5. */
+int32_t TVCIConnectString(const char *text, void **out);
+
+/* The same from a record instead of a text, which says why it failed instead of printing.
+ *   attrs  borrowed; with `has_ips` set, `ips` is made from `ips_text`
+ *   out    room for four pointers: the three handles, and a TVCIConnectError, which is NULL unless
+ *          the result is -1, -3 for an address or a port, or -4
+ * Returns 0; or
+ *   -1  the login failed: "E32384" with the code and the words of the server
+ *   -3  "E32388": the address is none, or the port 0; without a record: an argument is NULL
+ *   -4  "E32389": no connection could be made; address and port, as numbers, are in the text
+ *   -5  memory is short */
+int32_t TVCIConnectAttrs(ConnStringAttrs *attrs, void **out);
 
 /* Sessions and transactions */
 

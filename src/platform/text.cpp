@@ -27,3 +27,11 @@ bool TextEqualNoCase(const char *first, const char *second) {
     }
     return LowerAscii(*first) == LowerAscii(*second);
 }
+
+bool TextStartsNoCase(const char *text, const char *prefix) {
+    while (*prefix != '\0' && LowerAscii(*text) == LowerAscii(*prefix)) {
+        text++;
+        prefix++;
+    }
+    return *prefix == '\0';
+}

@@ -13,3 +13,6 @@ bool TextCopyBytes(char *target, size_t target_bytes, const char *text, size_t t
 
 // Compares two texts without regard to the case of ASCII letters.
 bool TextEqualNoCase(const char *first, const char *second);
+
+// Whether a text begins with `prefix`, without regard to the case of ASCII letters.
+bool TextStartsNoCase(const char *text, const char *prefix);

@@ -40,3 +40,13 @@ TEST(TextEqualNoCase, FoldsAsciiOnly) {
     EXPECT_FALSE(TextEqualNoCase("\xC4", "\xE4"));
     EXPECT_TRUE(TextEqualNoCase("", ""));
 }
+
+TEST(TextStartsNoCase, ComparesTheBeginningAlone) {
+    EXPECT_TRUE(TextStartsNoCase("CHARSET_gbk", "charset_GBK"));
+    EXPECT_TRUE(TextStartsNoCase("charset_GBK2", "charset_"));
+    EXPECT_TRUE(TextStartsNoCase("x", ""));
+    EXPECT_TRUE(TextStartsNoCase("", ""));
+    EXPECT_FALSE(TextStartsNoCase("charset", "charset_"));
+    EXPECT_FALSE(TextStartsNoCase("", "c"));
+    EXPECT_FALSE(TextStartsNoCase("\xC4", "\xE4"));
+}

@@ -75,6 +75,15 @@ TEST(ServerListSelect, GoesRoundTheListFromTheAddressChosenBefore) {
     EXPECT_EQ(Address("10.0.0.2"), ServerListSelect(&rig.server));
 }
 
+// A position that was not moved up is not its place in the list.
+TEST(ServerListSelect, TakesThePositionThatTheAddressBears) {
+    SessionRig rig(1);
+    rig.AddAddress("10.0.0.1");
+    rig.server.ip_list->position = 2;
+    ServerListSelect(&rig.server);
+    EXPECT_EQ(2, rig.server.ip_position);
+}
+
 TEST(ServerListCurrent, LeavesTheListWhereItIs) {
     SessionRig rig(1);
     rig.AddAddress("127.0.0.1");
@@ -269,6 +278,17 @@ TEST(ServerListConnect, AtPositionZeroGoesOnAtTheLastAddress) {
     Point(&rig, conn, "127.0.0.9", 0);
     EXPECT_TRUE(ServerListConnect(&rig.server, conn.conn));
     EXPECT_EQ("127.0.0.3@0 127.0.0.4@1 127.0.0.1@2 count 3", rig.ListText());
+    EXPECT_EQ(2, rig.server.ip_position);
+}
+
+TEST(ServerListConnect, TakesThePositionThatTheNextAddressBears) {
+    ListRig rig;
+    ConnRig conn;
+    rig.AddAddress("127.0.0.1");
+    rig.server.ip_list->position = 2;
+    Point(&rig, conn, "127.0.0.9", 1);
+    EXPECT_TRUE(ServerListConnect(&rig.server, conn.conn));
+    EXPECT_EQ("127.0.0.1@2 count 1", rig.ListText());
     EXPECT_EQ(2, rig.server.ip_position);
 }
 
