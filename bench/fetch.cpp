@@ -14,16 +14,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <string>
-#include <vector>
 
 #include "support/replay.h"
+#include "support/rows.h"
 #include "tavu/oci.h"
 
 static constexpr uint32_t ARRAY_ROWS = 1000;
 static constexpr int64_t DEFAULT_ROWS = 1000000;
-static constexpr int64_t FIRST_BLOCK_ROWS = 2000;
 static constexpr int REPEATS = 3;
 
 struct Arrays {
@@ -33,40 +31,6 @@ struct Arrays {
     char text[ARRAY_ROWS][21];
     uint8_t when[ARRAY_ROWS][8];
 };
-
-static std::string Field(const std::string &name, int32_t type, int32_t size) {
-    return WireText("T." + name) + WireInt32(type) + WireInt32(size) + WireInt32(0);
-}
-
-static std::string FieldList() {
-    return "A" + WireInt32(6) + Field("SMALL", 5, -1) + Field("LARGE", 6, -1) +
-           Field("REAL", 9, -1) + Field("WORDS", 30, 20) + Field("MOMENT", 13, -1) +
-           Field("ROWID", 45, -1);
-}
-
-// The values of a row are drawn from a fixed seed.
-static ReplayResult MakeResult(int64_t rows) {
-    ReplayResult result;
-    result.field_list = FieldList();
-    result.rows.reserve((size_t)rows * 90);
-    std::mt19937_64 random(20240229);
-    for (int64_t row = 0; row < rows; row++) {
-        char words[21];
-        snprintf(words, sizeof words, "%020llu", (unsigned long long)random());
-        std::string &bytes = result.rows;
-        bytes += 'R';
-        bytes += WireInt32(4) + WireInt32((int32_t)random());
-        bytes += WireInt32(8) + WireInt64((int64_t)random());
-        bytes += WireInt32(8) + WireDouble((double)(random() % 1000000) / 64);
-        bytes += WireText(words);
-        bytes += WireInt32(8) + WireInt64((int64_t)(random() % 4000000000000));
-        bytes += WireText(std::to_string(row + 1));
-        if (row < FIRST_BLOCK_ROWS) {
-            result.first_block_bytes = bytes.size();
-        }
-    }
-    return result;
-}
 
 static void Must(int32_t status, const char *what) {
     if (status == OCI_SUCCESS) return;
@@ -180,7 +144,7 @@ int main(int argc, char **argv) {
         fprintf(stderr, "usage: bench_fetch [rows]\n");
         return 2;
     }
-    ReplayResult result = MakeResult(rows);
+    ReplayResult result = MakeRows(rows);
     Replay replay = ReplayStart(result);
     size_t result_bytes = result.rows.size();
     printf("rows %lld, bytes a row %.1f, arrays of %u\n", (long long)rows,

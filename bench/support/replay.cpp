@@ -16,6 +16,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <thread>
+
+#include "wire/block_power.h"
+#include "wire/cipher.h"
 
 static void Must(bool good, const char *what) {
     if (good) return;
@@ -62,13 +67,30 @@ std::string ReplayFrame(const std::string &text) {
     return "?" + WireText(text) + std::string(1, '\0') + WireInt32(0);
 }
 
-static bool ReceiveAll(int connection, void *bytes, size_t count) {
-    return recv(connection, bytes, count, MSG_WAITALL) == (ssize_t)count;
+// The two numbers of a key pair, the second of which undoes what the first did, and their modulus.
+static const uint32_t SHORT_EXPONENT[POWER_BLOCK_DIGITS] = {65537};
+static const uint32_t LONG_EXPONENT[POWER_BLOCK_DIGITS] = {
+    0xD10CCFE1, 0xA18D2094, 0x390DC80D, 0x7F90CFDE, 0x8E306B33, 0x7865C0D4, 0x28D414A8, 0x87F5AAE3};
+static const uint32_t MODULUS[POWER_BLOCK_DIGITS] = {
+    0xFD227BD7, 0x3198C3D4, 0x02C22B1D, 0x3C99923A, 0xDA5ED8FC, 0xF5831312, 0x36880CDD, 0xB16617A7};
+
+// One connection, seen from the server.
+struct Peer {
+    int socket;
+    Connection *cipher;  // owned; its two keystreams, or NULL while nothing is enciphered
+};
+
+static bool ReceiveAll(const Peer &peer, void *bytes, size_t count) {
+    if (recv(peer.socket, bytes, count, MSG_WAITALL) != (ssize_t)count) return false;
+    if (peer.cipher != NULL) {
+        CipherApplyRecv(peer.cipher, bytes, (int32_t)count);
+    }
+    return true;
 }
 
-static bool SendAll(int connection, const char *bytes, size_t count) {
+static bool SendAll(const Peer &peer, const char *bytes, size_t count) {
     while (count != 0) {
-        ssize_t sent = send(connection, bytes, count, MSG_NOSIGNAL);
+        ssize_t sent = send(peer.socket, bytes, count, MSG_NOSIGNAL);
         if (sent <= 0) return false;
         bytes += sent;
         count -= (size_t)sent;
@@ -76,55 +98,113 @@ static bool SendAll(int connection, const char *bytes, size_t count) {
     return true;
 }
 
-static bool SendText(int connection, const std::string &bytes) {
-    return SendAll(connection, bytes.data(), bytes.size());
+// The bytes as they go out.
+static std::string Enciphered(const Peer &peer, std::string bytes) {
+    if (peer.cipher != NULL) {
+        CipherApplySend(peer.cipher, bytes.data(), (int32_t)bytes.size());
+    }
+    return bytes;
+}
+
+static bool SendText(const Peer &peer, const std::string &bytes) {
+    const std::string out = Enciphered(peer, bytes);
+    return SendAll(peer, out.data(), out.size());
 }
 
 // The login text has no length of its own: it ends with the version item.
-static bool ReadLogin(int connection) {
-    std::string text;
+static bool ReadRestOfLogin(const Peer &peer, std::string text) {
     char byte;
     while (text.find("version = '") == std::string::npos || text.back() != '\'' ||
            text.rfind("version = '") + 11 == text.size()) {
-        if (!ReceiveAll(connection, &byte, 1)) return false;
+        if (!ReceiveAll(peer, &byte, 1)) return false;
         text += byte;
     }
     return true;
 }
 
-static bool ReadRequest(int connection, std::string *text) {
+static bool ReadBlock(const Peer &peer, const uint32_t *secret, uint32_t *block) {
+    uint32_t received[POWER_BLOCK_DIGITS];
+    return ReceiveAll(peer, received, sizeof received) &&
+           RsaBlockPower(block, received, secret, MODULUS, POWER_BLOCK_DIGITS) == 0;
+}
+
+// Reads the session key and the blocks of the text behind it, all but the last of which end in two
+// bytes of 7.
+static bool ReadEncipheredLogin(Peer *peer, ReplayKey key) {
+    const bool is_short = key == REPLAY_EXPONENT_17_BITS;
+    const uint32_t *open = is_short ? SHORT_EXPONENT : LONG_EXPONENT;
+    const uint32_t *secret = is_short ? LONG_EXPONENT : SHORT_EXPONENT;
+    if (!SendAll(*peer, (const char *)open, POWER_BLOCK_BYTES)) return false;
+    if (!SendAll(*peer, (const char *)MODULUS, POWER_BLOCK_BYTES)) return false;
+    uint32_t session_key[POWER_BLOCK_DIGITS];
+    uint32_t block[POWER_BLOCK_DIGITS];
+    if (!ReadBlock(*peer, secret, session_key)) return false;
+    do {
+        if (!ReadBlock(*peer, secret, block)) return false;
+    } while (block[POWER_BLOCK_DIGITS - 1] >> 16 == 0x0707);
+    peer->cipher = (Connection *)calloc(1, sizeof(Connection));
+    return CipherSetup(peer->cipher, (const uint8_t *)session_key, sizeof session_key);
+}
+
+static bool ReadLogin(Peer *peer, ReplayKey key) {
+    char head[5];
+    if (!ReceiveAll(*peer, head, sizeof head)) return false;
+    const std::string text(head, sizeof head);
+    return text == "~ssl~" ? ReadEncipheredLogin(peer, key) : ReadRestOfLogin(*peer, text);
+}
+
+static bool ReadRequest(const Peer &peer, std::string *text) {
     uint8_t head[5];
-    if (!ReceiveAll(connection, head, sizeof head) || head[0] != '?') return false;
+    if (!ReceiveAll(peer, head, sizeof head) || head[0] != '?') return false;
     size_t length = ((size_t)head[1] << 24) | ((size_t)head[2] << 16) | ((size_t)head[3] << 8) |
                     (size_t)head[4];
     text->resize(length + 5);
-    if (!ReceiveAll(connection, text->data(), length + 5)) return false;
+    if (!ReceiveAll(peer, text->data(), length + 5)) return false;
     text->resize(length);
     return true;
 }
 
-static bool SendRows(int connection, const ReplayResult &result, ReplayClock *clock) {
-    size_t first = result.first_block_bytes;
-    if (!SendText(connection, result.field_list)) return false;
-    if (!SendAll(connection, result.rows.data(), first)) return false;
+static bool SendRows(const Peer &peer, const ReplayResult &result, ReplayClock *clock) {
+    const size_t first = result.first_block_bytes;
+    std::string copy;
+    const std::string *rows = &result.rows;
+    std::string field_list = Enciphered(peer, result.field_list);
+    if (peer.cipher != NULL) {
+        copy = Enciphered(peer, result.rows);
+        rows = &copy;
+    }
+    if (!SendAll(peer, field_list.data(), field_list.size())) return false;
+    if (!SendAll(peer, rows->data(), first)) return false;
     clock->first_block_sent_ns = NowNs();
-    return SendAll(connection, result.rows.data() + first, result.rows.size() - first) &&
-           SendText(connection, "K");
+    return SendAll(peer, rows->data() + first, rows->size() - first) && SendText(peer, "K");
 }
 
-static void Serve(int connection, const ReplayResult &result, ReplayClock *clock) {
-    if (!ReadLogin(connection) || !SendText(connection, "K")) return;
+static void Serve(Peer *peer, const ReplayResult &result, ReplayKey key, ReplayClock *clock) {
+    if (!ReadLogin(peer, key) || !SendText(*peer, "K")) return;
     std::string text;
-    while (ReadRequest(connection, &text)) {
+    while (ReadRequest(*peer, &text)) {
         bool sent;
         if (text.compare(0, 8, "PREPARE ") == 0) {
-            sent = SendText(connection, result.field_list + "K");
-        } else if (text.compare(0, 2, "? ") == 0) {
-            sent = SendRows(connection, result, clock);
+            sent = SendText(*peer, result.field_list + "K");
+        } else if (text.compare(0, 2, "? ") == 0 || text.compare(0, 6, "SELECT") == 0) {
+            sent = SendRows(*peer, result, clock);
         } else {
-            sent = SendText(connection, "K");
+            sent = SendText(*peer, "K");
         }
         if (!sent) return;
+    }
+}
+
+static void ServeToTheEnd(int socket, const ReplayResult &result, ReplayKey key,
+                          ReplayClock *clock) {
+    int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    Peer peer = {socket, NULL};
+    Serve(&peer, result, key, clock);
+    close(socket);
+    if (peer.cipher != NULL) {
+        CipherFree(peer.cipher);
+        free(peer.cipher);
     }
 }
 
@@ -135,13 +215,13 @@ static void PinTo(int core) {
     sched_setaffinity(0, sizeof cores, &cores);
 }
 
-Replay ReplayStart(const ReplayResult &result) {
+Replay ReplayStart(const ReplayResult &result, ReplayKey key) {
     int listener = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     Must(bind(listener, (sockaddr *)&address, sizeof address) == 0, "bind");
-    Must(listen(listener, 4) == 0, "listen");
+    Must(listen(listener, 128) == 0, "listen");
     socklen_t address_bytes = sizeof address;
     getsockname(listener, (sockaddr *)&address, &address_bytes);
     void *shared =
@@ -155,10 +235,8 @@ Replay ReplayStart(const ReplayResult &result) {
         for (;;) {
             int connection = accept(listener, NULL, NULL);
             if (connection < 0) _exit(1);
-            int on = 1;
-            setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-            Serve(connection, result, (ReplayClock *)shared);
-            close(connection);
+            std::thread(ServeToTheEnd, connection, std::cref(result), key, (ReplayClock *)shared)
+                .detach();
         }
     }
     close(listener);

@@ -1,5 +1,6 @@
 // A server that replays one prepared result, in a process of its own and on a core of its own, so
-// that what the client uses can be told from what the server uses.
+// that what the client uses can be told from what the server uses. It has a thread for each
+// connection.
 #pragma once
 
 #include <cstddef>
@@ -25,9 +26,14 @@ struct ReplayResult {
     size_t first_block_bytes;  // of `rows`, up to the end of the 2000th row
 };
 
-// Starts the server. It accepts any login, answers a PREPARE with the field list, the execution of
-// a prepared name with the result, and anything else with 'K'.
-Replay ReplayStart(const ReplayResult &result);
+// What the client calculates with in an enciphered login: its cost goes by the exponent's length.
+enum ReplayKey { REPLAY_EXPONENT_17_BITS, REPLAY_EXPONENT_256_BITS };
+
+// Starts the server. It accepts any login, plain or enciphered, answers a PREPARE with the field
+// list, the execution of a prepared name and any text that begins with "SELECT" with the result,
+// and anything else with 'K'. On an enciphered connection the result is enciphered before its first
+// byte is sent, so that it departs as fast as a plain one.
+Replay ReplayStart(const ReplayResult &result, ReplayKey key = REPLAY_EXPONENT_17_BITS);
 void ReplayStop(Replay *replay);
 
 // The request bytes of a command.

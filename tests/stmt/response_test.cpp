@@ -4,6 +4,7 @@
 #include "platform/thread.h"
 #include "stmt/letters.h"
 #include "stmt/stmt_rig.h"
+#include "wire/cipher.h"
 
 TEST(ReadResponse, EndAloneIsSuccess) {
     StmtRig rig;
@@ -54,6 +55,33 @@ TEST(ReadResponse, BookmarkOfAnInsertIsConsumedAndLost) {
     EXPECT_EQ(RESULT_INSERT, rig.Result(0)->kind);
     EXPECT_EQ(1u, rig.Result(0)->affected);
     EXPECT_EQ(nullptr, rig.Result(1));
+}
+
+// Bytes as they stand on the wire at a place of the keystream of the key 00 to 1F.
+static Bytes Enciphered(Bytes plain, size_t place) {
+    const Bytes keystream = Hex("38CBD98552349D107312D71ED3854549037E7979CB24924A084546CCF8C85AAF");
+    for (size_t i = 0; i < plain.size(); i++) {
+        plain[i] = (uint8_t)(plain[i] ^ keystream.at(place + i));
+    }
+    return plain;
+}
+
+TEST(ReadResponse, BookmarkOfAnInsertGoesThroughTheKeystreamAndADataItemDoesNot) {
+    StmtRig rig;
+    Connection *conn = rig.session->conn;
+    const Bytes key = Hex("000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F");
+    conn->use_ssl = 1;
+    ASSERT_TRUE(CipherSetup(conn, key.data(), 32));
+    rig.Script(Enciphered(Hex(REQUEST_X), 0),
+               Enciphered(Hex("'I' 00000003 'abc' 'O' 00000001 00000002"), 0) + Hex("'KE'") +
+                   Enciphered(Hex("'U' 00000007 'K'"), 17));
+    EXPECT_EQ(0, TVCIExecDirect(rig.stmt, "X", -1));
+    ASSERT_NE(nullptr, rig.Result(1));
+    EXPECT_EQ(RESULT_INSERT, rig.Result(0)->kind);
+    EXPECT_EQ(RESULT_UPDATE, rig.Result(1)->kind);
+    EXPECT_EQ(7u, rig.Result(1)->affected);
+    EXPECT_EQ(23, conn->recv_cipher->pos);
+    EXPECT_EQ(11, conn->send_cipher->pos);
 }
 
 TEST(ReadResponse, BookmarkOfNoOrNegativeLengthIsNone) {

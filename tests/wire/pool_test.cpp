@@ -12,6 +12,7 @@
 #include "platform/socket.h"
 #include "platform/text.h"
 #include "platform/wait.h"
+#include "support/net.h"
 #include "support/scripted_peer.h"
 #include "tavu/tvci.h"
 #include "wire/connection.h"
@@ -205,14 +206,26 @@ TEST(TVCIConnect, FailsWhenTheServersListRunsOut) {
     EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session.error));
 }
 
-TEST(TVCIConnect, InTheEncipheredFormIsRefused) {
-    OwnedRig rig;
-    rig.session->attr.use_ssl = 1;
-    rig.peer.Accept();
-    rig.peer.ExpectEnd();
-    rig.peer.Start();
-    EXPECT_EQ(-1, TVCIConnect(rig.session, "A", "B"));
-    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session->error));
+// The key exchange of an enciphered login, which ends within the second of its two values.
+static void ScriptCutKeyExchange(ScriptedPeer *peer) {
+    peer->Accept();
+    peer->Expect(Ascii("~ssl~"));
+    peer->Send(Repeat(Hex("01"), 63));
+    peer->Close();
+}
+
+TEST(TVCIConnect, WhoseKeyExchangeIsCutShortCannotConnect) {
+    const int64_t blocks = MemLiveBlocks();
+    {
+        OwnedRig rig;
+        rig.session->attr.use_ssl = 1;
+        ScriptCutKeyExchange(&rig.peer);
+        rig.peer.Start();
+        EXPECT_EQ(-1, TVCIConnect(rig.session, "A", "B"));
+        EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session->error));
+        EXPECT_EQ(nullptr, rig.session->conn);
+    }
+    EXPECT_EQ(blocks, MemLiveBlocks());
 }
 
 TEST(TVCIOpenConnection, GivesAConnectionThatTheCallerLinks) {
@@ -256,6 +269,16 @@ TEST(TVCIOpenConnection, WhoseLoginLeftNoReasonSaysSoInItsOwnWords) {
     MemFailAt(2);
     EXPECT_EQ(nullptr, TVCIOpenConnection(rig.session, "A", "B"));
     MemFailAt(0);
+    EXPECT_EQ("E19884: connect failed Maybe user password errors 3\n",
+              ErrorText(&rig.session->error));
+}
+
+TEST(TVCIOpenConnection, WhoseKeyExchangeIsCutShortSaysSoInItsOwnWords) {
+    OwnedRig rig;
+    rig.session->attr.use_ssl = 1;
+    ScriptCutKeyExchange(&rig.peer);
+    rig.peer.Start();
+    EXPECT_EQ(nullptr, TVCIOpenConnection(rig.session, "A", "B"));
     EXPECT_EQ("E19884: connect failed Maybe user password errors 3\n",
               ErrorText(&rig.session->error));
 }
@@ -613,6 +636,42 @@ TEST(Pool, AtItsLimitTakesTheConnectionThatCameBackLast) {
     EXPECT_EQ(last, third->conn);
     EXPECT_EQ(-1, rig.pool.idle_count);
     EXPECT_EQ(3, rig.pool.busy_count);
+}
+
+// The logins that are on their way, and the peer that answers none before there are two.
+static std::atomic<int> logins_sent;
+static ScriptedPeer *login_peer;
+
+static int64_t SendAndCountLogins(SocketId socket, const void *bytes, size_t count) {
+    const int64_t sent = NetSend((uintptr_t)socket, bytes, count);
+    if (++logins_sent == 2) {
+        login_peer->Open("both");
+    }
+    return sent;
+}
+
+TEST(Pool, LetsTwoSessionsPassTheLimitThatComeAtTheSameMoment) {
+    PoolRig rig;
+    rig.pool.max_conn = 1;
+    rig.peer.Accept();
+    rig.peer.Gate("both");
+    rig.peer.Expect(LoginText("A", "B"));
+    rig.peer.Send(Hex("'K'"));
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    TVCISession *first = rig.NewSession();
+    TVCISession *second = rig.NewSession();
+    logins_sent = 0;
+    login_peer = &rig.peer;
+    SocketSetHooks(SendAndCountLogins, nullptr);
+    std::thread other([second] { EXPECT_EQ(0, TVCIConnect(second, "A", "B")); });
+    EXPECT_EQ(0, TVCIConnect(first, "A", "B"));
+    other.join();
+    SocketSetHooks(nullptr, nullptr);
+    EXPECT_EQ(1, first->from_pool);
+    EXPECT_EQ(1, second->from_pool);
+    EXPECT_NE(first->conn, second->conn);
+    EXPECT_EQ("0 idle, 2 busy", rig.Counts());
 }
 
 TEST(Pool, WithAPermitAndNothingIdleLeavesTheSessionWithoutAConnection) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "diag/error.h"
 #include "platform/memory.h"
 #include "platform/socket.h"
@@ -231,6 +233,67 @@ TEST(Reconnect, WhoseLoginLeftAStaleReasonShowsIt) {
     EXPECT_EQ(nullptr, TVCIReconnect(rig.session));
     MemFailAt(0);
     EXPECT_EQ("E1234: [E1234]of long ago", ErrorText(&rig.session->error));
+}
+
+// Of the session's second login, which is to be enciphered.
+static void ScriptCutKeyExchange(LostRig *rig) {
+    rig->peer.Close();
+    rig->peer.Accept();
+    rig->peer.Expect(Ascii("~ssl~"));
+    rig->peer.Send(Repeat(Hex("01"), 32));
+    rig->peer.Close();
+}
+
+// Unlike a refusal it leaves the socket open, and with it a connection that enciphers nothing.
+TEST(Reconnect, WhoseKeyExchangeIsCutShortCannotConnectAndLeavesTheSocketOpen) {
+    LostRig rig;
+    ScriptCutKeyExchange(&rig);
+    rig.Connect();
+    rig.session->attr.use_ssl = 1;
+    Connection *conn = rig.session->conn;
+    EXPECT_EQ(nullptr, TVCIReconnect(rig.session));
+    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session->error));
+    EXPECT_FALSE(ErrInfoPresent(&conn->last_error));
+    EXPECT_NE(0u, conn->sock);
+    EXPECT_EQ(1, conn->use_ssl);
+    EXPECT_EQ(nullptr, conn->recv_cipher);
+    EXPECT_EQ(nullptr, conn->send_cipher);
+    // What comes next finds the stream at its end.
+    rig.ExpectLost();
+}
+
+TEST(Reconnect, WhoseKeyExchangeIsCutShortShowsAStaleReason) {
+    LostRig rig;
+    ScriptCutKeyExchange(&rig);
+    rig.Connect();
+    rig.session->attr.use_ssl = 1;
+    ErrInfoReplace(&rig.session->conn->last_error, "E1234", "[E1234]of long ago");
+    EXPECT_EQ(nullptr, TVCIReconnect(rig.session));
+    EXPECT_EQ("E1234: [E1234]of long ago", ErrorText(&rig.session->error));
+}
+
+// Of the bytes that are left over only those that were to be sent are dropped by such a login.
+TEST(Reconnect, InTheEncipheredFormDropsUnsentBytesOnly) {
+    LostRig rig;
+    rig.peer.Close();
+    rig.peer.Accept();
+    rig.peer.Expect(Ascii("~ssl~"));
+    rig.peer.Send(Repeat(Hex("02"), 17));
+    rig.peer.ExpectAny(64);
+    rig.peer.Close();
+    rig.Connect();
+    rig.session->attr.use_ssl = 1;
+    Connection *conn = rig.session->conn;
+    ConnWrite(conn, "left", 4);
+    // The first part of the two values, which the server's bytes make whole.
+    memset(conn->recv_buf, 1, 47);
+    conn->recv_fill = 47;
+    EXPECT_EQ(nullptr, TVCIReconnect(rig.session));
+    EXPECT_EQ(0, conn->send_fill);
+    EXPECT_EQ(Repeat(Hex("01"), 32), Bytes(conn->rsa_exponent, conn->rsa_exponent + 32));
+    EXPECT_EQ(Repeat(Hex("01"), 15) + Repeat(Hex("02"), 17),
+              Bytes(conn->rsa_modulus, conn->rsa_modulus + 32));
+    EXPECT_EQ("E19884: can't connect to server", ErrorText(&rig.session->error));
 }
 
 TEST(Reconnect, DropsTheErrorOfBeforeAndKeepsItReachable) {
