@@ -1,8 +1,9 @@
 #!/bin/sh
 # Runs a program beside a fresh development server with an empty database in memory:
 #   run_with_server.sh TAVUD [OPTION...] -- PROGRAM [ARGUMENT...]
-# The server takes a free port and the options that are given. The program finds it in TAVU_TEST_PORT, and in each argument in
-# place of the word @PORT@. The result is the program's, or 1 if the server did not end cleanly.
+# The server takes a free port and the options that are given. The program finds it in
+# TAVU_TEST_PORT, and in each argument in place of the word @PORT@. The result is the program's, or
+# 1 if the server did not end cleanly.
 set -eu
 
 usage() {
