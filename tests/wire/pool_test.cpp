@@ -250,6 +250,25 @@ TEST(Pool, LogsOnANewConnectionWhenNoneIsIdle) {
     EXPECT_EQ("0 idle, 2 busy", rig.Counts());
 }
 
+TEST(Pool, TakesBackTheConnectionOfTheSessionThatDisconnects) {
+    PoolRig rig;
+    rig.ExpectLogin("A", "B");
+    rig.ExpectLogin("A", "B");
+    rig.ExpectLogin("A", "B");
+    rig.peer.Start();
+    TVCISession *held[3];
+    for (TVCISession *&session : held) {
+        session = rig.NewSession();
+        ASSERT_EQ(0, TVCIConnect(session, "A", "B"));
+    }
+    Connection *middle = held[1]->conn;
+    TVCIDisconnect(held[1]);
+    EXPECT_EQ("1 idle, 2 busy", rig.Counts());
+    EXPECT_EQ(held[0]->conn, rig.pool.busy.items[0]);
+    EXPECT_EQ(held[2]->conn, rig.pool.busy.items[1]);
+    EXPECT_EQ(middle, rig.pool.idle.items[0]);
+}
+
 TEST(Pool, GivesTheConnectionThatHasBeenIdleLongest) {
     PoolRig rig;
     rig.ExpectLogin("A", "B");

@@ -92,6 +92,57 @@ TEST(Reconnect, PutsANewLoginUnderTheSameConnection) {
     EXPECT_EQ('Z', letter);
 }
 
+// A receive that timed out leaves a socket that still works: it is closed before the new one opens.
+TEST(Reconnect, ClosesTheOldSocketFirst) {
+    LostRig rig;
+    rig.peer.ExpectEnd();
+    rig.ExpectLogin();
+    rig.peer.Send(Hex("'K'"));
+    rig.Connect();
+    EXPECT_NE(nullptr, TVCIReconnect(rig.session));
+}
+
+// What was set behind the logon counts for the next connection, not for this one.
+TEST(Reconnect, KeepsWhatTheConnectionWasMadeWith) {
+    LostRig rig;
+    rig.peer.Close();
+    rig.ExpectLogin();
+    rig.peer.Send(Hex("'K'"));
+    rig.Connect();
+    rig.session->attr.timeout = 1;
+    rig.session->attr.reconnect = 0;
+    TextCopy(rig.session->server->database, sizeof(rig.session->server->database), "OTHER");
+    rig.session->server->port = PortOfNobody();
+    rig.session->server->ip = NetAddressFromText("127.0.0.2");
+    Connection *conn = rig.session->conn;
+    EXPECT_EQ(conn, TVCIReconnect(rig.session));
+    EXPECT_EQ(IDLE_ERROR, ErrorText(&rig.session->error));
+    EXPECT_STREQ("SYSTEM", conn->database);
+    EXPECT_EQ(rig.peer.port(), conn->port);
+    EXPECT_EQ(NetAddressFromText("127.0.0.1"), conn->ip);
+    EXPECT_EQ(0, conn->timeout);
+    EXPECT_EQ(1, conn->auto_reconnect);
+}
+
+TEST(Reconnect, LogsOnWithTheSessionsAttributesAsTheyAreNow) {
+    LostRig rig;
+    rig.peer.Close();
+    rig.peer.Accept();
+    rig.peer.Expect(Ascii(
+        "login database = SYSTEM user='ADAMS' password='WOOD' encryptor = '' char_set = 'UTF8' "
+        "time_zone = 'GTM+08:00' iso_level = '2' lock_timeout = 7 auto_commit = 'off' "
+        "version = '201'"));
+    rig.peer.Send(Hex("'K'"));
+    rig.Connect();
+    ConnAttr *attr = &rig.session->attr;
+    TextCopy(attr->user, sizeof(attr->user), "ADAMS");
+    TextCopy(attr->password, sizeof(attr->password), "WOOD");
+    TextCopy(attr->char_set, sizeof(attr->char_set), "UTF8");
+    attr->lock_timeout = 7;
+    attr->auto_commit = 0;
+    EXPECT_NE(nullptr, TVCIReconnect(rig.session));
+}
+
 TEST(Reconnect, AfterAKVerdictSendsTheVersion201) {
     LostRig rig;
     rig.peer.Reset();
