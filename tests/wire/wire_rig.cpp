@@ -39,7 +39,7 @@ static int64_t PlayReceive(SocketId, void *bytes, size_t count) {
     if (played->pieces.empty()) return played->receive_end;
     Bytes &piece = played->pieces.front();
     const size_t given = std::min(count, piece.size());
-    std::memcpy(bytes, piece.data(), given);
+    std::copy_n(piece.begin(), given, (uint8_t *)bytes);
     piece.erase(piece.begin(), piece.begin() + (ptrdiff_t)given);
     if (piece.empty()) {
         played->pieces.erase(played->pieces.begin());
