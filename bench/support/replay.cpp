@@ -13,9 +13,12 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+static constexpr size_t BLOCK_ROWS = 2000;
 
 static void Must(bool good, const char *what) {
     if (good) return;
@@ -92,15 +95,31 @@ static bool ReadLogin(int connection) {
     return true;
 }
 
-static bool ReadRequest(int connection, std::string *text) {
+// Reads away what follows a request with parameters.
+static bool ReadParameters(int connection, size_t count, ReplayClock *clock) {
+    static uint8_t bytes[65536];
+    while (count != 0) {
+        ssize_t received = recv(connection, bytes, count < sizeof bytes ? count : sizeof bytes, 0);
+        if (received <= 0) return false;
+        for (ssize_t i = 0; i < received; i++) {
+            clock->parameter_sum += bytes[i];
+        }
+        count -= (size_t)received;
+    }
+    return true;
+}
+
+static bool ReadRequest(int connection, const ReplayResult &result, ReplayClock *clock,
+                        std::string *text) {
     uint8_t head[5];
     if (!ReceiveAll(connection, head, sizeof head) || head[0] != '?') return false;
     size_t length = ((size_t)head[1] << 24) | ((size_t)head[2] << 16) | ((size_t)head[3] << 8) |
                     (size_t)head[4];
     text->resize(length + 5);
     if (!ReceiveAll(connection, text->data(), length + 5)) return false;
+    bool has_parameters = text->compare(length + 1, 4, std::string(4, '\0')) != 0;
     text->resize(length);
-    return true;
+    return !has_parameters || ReadParameters(connection, result.parameter_bytes, clock);
 }
 
 static bool SendRows(int connection, const ReplayResult &result, ReplayClock *clock) {
@@ -112,15 +131,32 @@ static bool SendRows(int connection, const ReplayResult &result, ReplayClock *cl
            SendText(connection, "K");
 }
 
+// Sends the rows of a cursor behind the first `*sent` bytes.
+static bool SendBlock(int connection, const ReplayResult &result, size_t *sent) {
+    size_t bytes = std::min(result.rows.size() - *sent, BLOCK_ROWS * result.row_bytes);
+    const char *rows = result.rows.data() + *sent;
+    *sent += bytes;
+    return SendText(connection, result.field_list) && SendAll(connection, rows, bytes) &&
+           SendText(connection, "K");
+}
+
 static void Serve(int connection, const ReplayResult &result, ReplayClock *clock) {
     if (!ReadLogin(connection) || !SendText(connection, "K")) return;
     std::string text;
-    while (ReadRequest(connection, &text)) {
+    size_t cursor_sent = 0;
+    while (ReadRequest(connection, result, clock, &text)) {
         bool sent;
         if (text.compare(0, 8, "PREPARE ") == 0) {
             sent = SendText(connection, result.field_list + "K");
         } else if (text.compare(0, 2, "? ") == 0) {
             sent = SendRows(connection, result, clock);
+        } else if (text.compare(0, 5, "OPEN ") == 0) {
+            cursor_sent = 0;
+            sent = SendText(connection, result.field_list + "K");
+        } else if (text.compare(0, 6, "FETCH ") == 0) {
+            sent = SendBlock(connection, result, &cursor_sent);
+        } else if (text.compare(0, 8, "get lob ") == 0) {
+            sent = SendText(connection, result.large_value);
         } else {
             sent = SendText(connection, "K");
         }
@@ -152,12 +188,18 @@ Replay ReplayStart(const ReplayResult &result) {
     if (process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);  // a client that fails leaves no server behind
         PinTo((int)sysconf(_SC_NPROCESSORS_ONLN) - 1);
+        signal(SIGCHLD, SIG_IGN);  // what serves a connection is not waited for
         for (;;) {
             int connection = accept(listener, NULL, NULL);
             if (connection < 0) _exit(1);
             int on = 1;
             setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-            Serve(connection, result, (ReplayClock *)shared);
+            // Each connection has a process of its own: a session may have two at once.
+            if (fork() == 0) {
+                prctl(PR_SET_PDEATHSIG, SIGKILL);
+                Serve(connection, result, (ReplayClock *)shared);
+                _exit(0);
+            }
             close(connection);
         }
     }

@@ -10,6 +10,7 @@
 // What the server writes down for the client to see.
 struct ReplayClock {
     int64_t first_block_sent_ns;  // when the last byte of the 2000th row was handed to the system
+    uint64_t parameter_sum;       // of the parameter bytes that came, before they were answered
 };
 
 struct Replay {
@@ -23,10 +24,14 @@ struct ReplayResult {
     std::string field_list;    // with its 'A'
     std::string rows;          // 'R' and a row, as often as there are rows
     size_t first_block_bytes;  // of `rows`, up to the end of the 2000th row
+    size_t parameter_bytes;    // that follow each request with parameters
+    size_t row_bytes;          // of each row, when a cursor is to be served; else 0
+    std::string large_value;   // the whole answer to a get lob
 };
 
 // Starts the server. It accepts any login, answers a PREPARE with the field list, the execution of
-// a prepared name with the result, and anything else with 'K'.
+// a prepared name with the result, the opening of a cursor with the field list, each FETCH with the
+// next 2000 rows, and anything else with 'K', when the parameters have come.
 Replay ReplayStart(const ReplayResult &result);
 void ReplayStop(Replay *replay);
 

@@ -206,15 +206,24 @@ TEST(Program, HelpNamesEveryOption) {
     const std::string help = program.ReadAll();
     EXPECT_EQ(0, program.Wait());
     for (const char *option : {"--port", "--bind", "--db", "--database", "--user", "--protocol",
-                               "--help", "5138", "SYSDBA:SYSDBA", "listening on"}) {
+                               "--lob-inline", "--help", "5138", "SYSDBA:SYSDBA", "listening on"}) {
         EXPECT_NE(std::string::npos, help.find(option)) << option;
     }
 }
 
 TEST(Program, WrongOptionsEndItWithCode2) {
     const std::vector<std::vector<std::string>> wrong = {
-        {"--port", "65536"}, {"--port", "x"}, {"--port"},  {"--user", "nobody"},
-        {"--protocol", "1"}, {"--what", "1"}, {"nothing"},
+        {"--port", "65536"},
+        {"--port", "x"},
+        {"--port"},
+        {"--user", "nobody"},
+        {"--protocol", "1"},
+        {"--what", "1"},
+        {"nothing"},
+        {"--lob-inline", "-1"},
+        {"--lob-inline", "2k"},
+        {"--lob-inline", "2147483648"},
+        {"--lob-inline="},
     };
     for (const std::vector<std::string> &arguments : wrong) {
         Program program(arguments);
@@ -244,6 +253,7 @@ TEST(Options, DefaultsAreThePublishedOnes) {
     EXPECT_EQ(":memory:", options.database_file);
     EXPECT_EQ("SYSTEM", options.database_name);
     EXPECT_EQ(301, options.protocol);
+    EXPECT_EQ(2048U, options.lob_inline_bytes);
     ASSERT_EQ(1U, options.users.size());
     EXPECT_EQ("SYSDBA", options.users[0].name);
     EXPECT_EQ("SYSDBA", options.users[0].password);
