@@ -1,4 +1,4 @@
-# Programs that are built on the shared library alone: the shell, the examples and the benchmarks.
+# Programs that are built on the library: the shell, the examples and the benchmarks.
 
 file(GLOB tavusql_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/tools/tavusql/*.cpp ${PROJECT_SOURCE_DIR}/tools/tavusql/*.c)
@@ -28,11 +28,17 @@ if(bench_sources AND NOT TAVU_SANITIZE AND NOT WIN32)
         target_link_libraries(bench_support_objects PRIVATE tavu_warnings PUBLIC tvci tavu_system)
         target_link_libraries(bench_support INTERFACE bench_support_objects)
     endif()
+    # What the shared library does not export is measured on the static one.
+    set(native_benches batch bulk cursor lob)
     foreach(source IN LISTS bench_sources)
         cmake_path(GET source STEM name)
         add_executable(bench_${name} ${source})
         target_include_directories(bench_${name} PRIVATE bench)
+        set(bench_library TavuOCI)
+        if(name IN_LIST native_benches)
+            set(bench_library tvci)
+        endif()
         target_link_libraries(bench_${name}
-            PRIVATE tavu_warnings bench_support TavuOCI tavu_system)
+            PRIVATE tavu_warnings bench_support ${bench_library} tavu_system)
     endforeach()
 endif()

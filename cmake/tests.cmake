@@ -114,6 +114,15 @@ if(TARGET bench_fetch)
     tavu_add_test(bench_pool bench_pool 1000)
     tavu_add_test(bench_cipher bench_cipher 5)
 endif()
+if(TARGET bench_cursor)
+    tavu_add_test(bench_cursor bench_cursor 3000 2001)
+endif()
+if(TARGET bench_batch)
+    tavu_add_test(bench_batch bench_batch 100 3)
+endif()
+if(TARGET bench_lob)
+    tavu_add_test(bench_lob bench_lob 300000)
+endif()
 
 # Each example runs against a server of its own, told where to log on. What it must print lies
 # beside its source.

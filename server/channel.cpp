@@ -64,11 +64,13 @@ int16_t Channel::ReadInt16() {
 }
 
 int32_t Channel::ReadInt32() {
-    uint32_t value = 0;
-    for (int i = 0; i < 4; i++) {
-        value = value << 8 | ReadByte();
-    }
-    return static_cast<int32_t>(value);
+    std::string spare;
+    return static_cast<int32_t>(LoadInteger(ReadView(4, &spare), 4));
+}
+
+int64_t Channel::ReadInt64() {
+    std::string spare;
+    return LoadInteger(ReadView(8, &spare), 8);
 }
 
 std::string Channel::ReadBytes(size_t count) {
@@ -85,10 +87,21 @@ std::string Channel::ReadBytes(size_t count) {
     return bytes;
 }
 
+std::string_view Channel::ReadView(size_t count, std::string *spare) {
+    if (input_end_ - input_start_ < count) {
+        *spare = ReadBytes(count);
+        return *spare;
+    }
+    const auto *start = reinterpret_cast<const char *>(input_.data()) + input_start_;
+    input_start_ += count;
+    return {start, count};
+}
+
 void Channel::SkipBytes(size_t count) {
+    std::string spare;
     while (count > 0) {
         const size_t step = std::min(count, INPUT_BYTES);
-        ReadBytes(step);
+        ReadView(step, &spare);
         count -= step;
     }
 }
@@ -100,6 +113,11 @@ void Channel::WriteByte(uint8_t value) {
 
 void Channel::WriteInt32(int32_t value) {
     AppendInt32(&output_, value);
+    if (output_.size() >= OUTPUT_BYTES) Flush();
+}
+
+void Channel::WriteInt64(int64_t value) {
+    AppendInt64(&output_, value);
     if (output_.size() >= OUTPUT_BYTES) Flush();
 }
 

@@ -34,13 +34,18 @@ public:
     uint8_t ReadByte();
     int16_t ReadInt16();
     int32_t ReadInt32();
+    int64_t ReadInt64();
     // Reads exactly `count` bytes. The text grows as bytes arrive, so that a length which nobody
     // follows up with bytes reserves nothing.
     std::string ReadBytes(size_t count);
+    // The same without a copy where it can be had: the view lies in `spare` or in the channel, and
+    // holds until the next read.
+    std::string_view ReadView(size_t count, std::string *spare);
     void SkipBytes(size_t count);
 
     void WriteByte(uint8_t value);
     void WriteInt32(int32_t value);
+    void WriteInt64(int64_t value);
     void WriteBytes(std::string_view bytes);
     // An int32 length and the bytes.
     void WriteText(std::string_view text);

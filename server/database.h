@@ -9,6 +9,8 @@
 
 #include <sqlite3.h>
 
+#include "server/large_object.h"
+
 namespace tavud {
 
 struct DatabaseFailure : std::runtime_error {
@@ -41,6 +43,10 @@ public:
     const std::string &Path() const {
         return path_;
     }
+    // What rows have named instead of carrying it.
+    LargeObjects &Objects() const {
+        return *objects_;
+    }
     // Whether the data goes with the server, so that none of it needs to reach a disk.
     bool Temporary() const {
         return !folder_.empty();
@@ -49,6 +55,7 @@ public:
 private:
     std::string folder_;  // the temporary folder; "" for a file of the user
     std::string path_;
+    std::unique_ptr<LargeObjects> objects_ = std::make_unique<LargeObjects>();
     DatabaseHandle keeper_;  // keeps the write-ahead log open between sessions
 };
 

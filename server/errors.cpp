@@ -18,6 +18,7 @@ constexpr TextCode text_code_table[] = {
     {"no such trigger",    CODE_NO_TABLE   },
     {"no such column",     CODE_NO_COLUMN  },
     {"no column named",    CODE_NO_COLUMN  },
+    {"unable to identify", CODE_NO_TABLE   },
     {"already exists",     CODE_EXISTS     },
     {"duplicate column",   CODE_EXISTS     },
     {"already another",    CODE_EXISTS     },
@@ -62,6 +63,10 @@ StatementRefused::StatementRefused(const char *code, std::string_view text)
 
 StatementRefused::StatementRefused(const std::string &whole_text)
     : std::runtime_error(whole_text) {}
+
+StatementRefused InRow(const StatementRefused &refused, uint64_t row) {
+    return StatementRefused(refused.what() + (" (row " + std::to_string(row) + ")"));
+}
 
 StatementRefused RefusedByDatabase(sqlite3 *database) {
     const std::string text = sqlite3_errmsg(database);

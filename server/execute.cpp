@@ -1,14 +1,17 @@
 // Running one statement and writing what it answers.
 #include "server/execute.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "server/bulk.h"
 #include "server/errors.h"
+#include "server/procedure.h"
 #include "server/rewrite.h"
+#include "server/rows.h"
 #include "server/tokens.h"
 #include "server/triggers.h"
-#include "server/values.h"
 
 namespace tavud {
 
@@ -18,64 +21,14 @@ namespace {
 constexpr int32_t DATA_NUMBER = 1;
 constexpr const char *VERSION_TEXT = "tavud 0.1.0 (SQLite " SQLITE_VERSION ")";
 
-// Leaves the statement ready for its next run and without the values of this one.
-struct ResetAtEnd {
-    sqlite3_stmt *statement;
-
-    explicit ResetAtEnd(sqlite3_stmt *compiled) : statement(compiled) {}
-    ~ResetAtEnd() {
-        sqlite3_reset(statement);
-        sqlite3_clear_bindings(statement);
-    }
-    ResetAtEnd(const ResetAtEnd &) = delete;
-    ResetAtEnd &operator=(const ResetAtEnd &) = delete;
-};
-
-// True when there is a row.
-bool Step(sqlite3_stmt *statement) {
-    const int result = sqlite3_step(statement);
-    if (result == SQLITE_ROW) return true;
-    if (result != SQLITE_DONE) throw RefusedByDatabase(sqlite3_db_handle(statement));
-    return false;
-}
-
-// A select of a session with rowids has the rowid column in any case; here it must be added.
-bool LacksRowid(const Workplace &place, const Statement &statement) {
-    return statement.verb == Verb::Select && place.login.return_rowid && !statement.rowid_inside;
-}
-
-void WriteFields(Channel *channel, const std::vector<Column> &columns) {
-    channel->WriteByte(ANSWER_ROWS);
-    channel->WriteInt32(static_cast<int32_t>(columns.size()));
-    for (const Column &column : columns) {
-        channel->WriteText(column.name);
-        channel->WriteInt32(column.type.type_id);
-        channel->WriteInt32(column.type.size);
-        channel->WriteInt32(column.flags);
-    }
-}
-
 // The field list, and a row for each step; the statement has made its first.
 void WriteRows(const Workplace &place, const Statement &statement, bool on_row) {
-    sqlite3_stmt *compiled = statement.compiled.get();
-    std::vector<Column> columns = DescribeColumns(statement, on_row);
-    const size_t given = columns.size();
-    if (LacksRowid(place, statement)) columns.push_back(RowidColumn());
-    WriteFields(place.channel, columns);
-    std::string row;
-    for (; on_row; on_row = Step(compiled)) {
-        row.assign(1, static_cast<char>(ANSWER_ROW));
-        for (size_t i = 0; i < given; i++) {
-            if (AppendColumn(compiled, static_cast<int>(i), columns[i].type,
-                             place.login.lob_descriptor, &row)) {
-                continue;
-            }
-            throw StatementRefused(CODE_RESULT_VALUE, "column " + columns[i].name +
-                                                          " has a value that is no " +
-                                                          DescribeType(columns[i].type));
-        }
-        if (given < columns.size()) AppendInt32(&row, 0);
-        place.channel->WriteBytes(row);
+    const RowShape shape = ShapeRows(place, statement, on_row);
+    WriteFields(place.channel, shape.columns);
+    EncodedRow row;
+    for (; on_row; on_row = Step(statement.compiled.get())) {
+        EncodeRow(place, statement, shape, &row);
+        WriteRow(place.channel, row);
     }
 }
 
@@ -96,22 +49,27 @@ bool CountsRows(Verb verb) {
     return verb == Verb::Insert || verb == Verb::Update || verb == Verb::Delete;
 }
 
+// Binds and runs a statement once, with the rows that it gives. Returns the number of rows that it
+// changed, or nothing when that is not to be told.
+std::optional<int64_t> RunOnce(Workplace *place, Statement *statement, ParameterList *parameters,
+                               bool last) {
+    sqlite3_stmt *compiled = statement->compiled.get();
+    const ResetAtEnd reset(compiled);
+    parameters->Bind(compiled, last);
+    const bool on_row = Step(compiled);
+    const bool gives_rows = sqlite3_column_count(compiled) > 0;
+    if (gives_rows) WriteRows(*place, *statement, on_row);
+    if (gives_rows || !CountsRows(statement->verb)) return std::nullopt;
+    return sqlite3_changes64(place->transaction.database);
+}
+
 void RunChange(Workplace *place, Statement *statement, ParameterList *parameters, bool last) {
-    sqlite3 *database = place->transaction.database;
     ChangeScope scope(place->transaction, false);
-    int64_t rows = 0;
-    bool gave_rows = false;
-    {
-        const ResetAtEnd reset(statement->compiled.get());
-        parameters->Bind(statement->compiled.get(), last);
-        const bool on_row = Step(statement->compiled.get());
-        gave_rows = sqlite3_column_count(statement->compiled.get()) > 0;
-        if (gave_rows) WriteRows(*place, *statement, on_row);
-        rows = sqlite3_changes64(database);
-    }
+    const std::optional<int64_t> rows = RunOnce(place, statement, parameters, last);
     scope.Finish();
-    if (gave_rows || !CountsRows(statement->verb)) return;
-    WriteCount(place->channel, statement->verb, rows, sqlite3_last_insert_rowid(database));
+    if (!rows) return;
+    WriteCount(place->channel, statement->verb, *rows,
+               sqlite3_last_insert_rowid(place->transaction.database));
 }
 
 void RunDeclaration(Workplace *place, Statement *statement) {
@@ -131,15 +89,6 @@ void RunDeclaration(Workplace *place, Statement *statement) {
     if (const std::optional<std::string> renamed = RenamedTo(text)) table->table = *renamed;
     if (table) MakeTriggers(database, *table);
     scope.Finish();
-}
-
-void RunReading(Workplace *place, Statement *statement, ParameterList *parameters, bool last) {
-    const ResetAtEnd reset(statement->compiled.get());
-    parameters->Bind(statement->compiled.get(), last);
-    const bool on_row = Step(statement->compiled.get());
-    if (sqlite3_column_count(statement->compiled.get()) > 0) {
-        WriteRows(*place, *statement, on_row);
-    }
 }
 
 // The field list of a result that no table stands behind: one text without a length.
@@ -195,6 +144,40 @@ void RunOwn(Channel *channel, const Statement &statement) {
     WriteTextItem(channel, letter, argument);
 }
 
+// "tavud bookmarks on" and "off". False when it is another statement.
+bool SetBookmarks(Workplace *place, const Statement &statement) {
+    const TokenisedText text = Tokenise(statement.text);
+    const bool sound =
+        text.tokens.size() == 3 && text.IsWord(1, "BOOKMARKS") && text.IsAnyWord(2, {"ON", "OFF"});
+    if (sound) place->bookmarks = text.IsWord(2, "ON");
+    return sound;
+}
+
+bool IsReadOnly(const Statement &statement) {
+    return sqlite3_stmt_readonly(statement.compiled.get()) != 0;
+}
+
+// The sum of what the rows of an array execution changed.
+std::optional<int64_t> RunArrayRows(Workplace *place, Statement *statement,
+                                    const Request &request) {
+    std::vector<Parameter> parameters = request.parameters;
+    std::optional<int64_t> sum;
+    for (uint32_t row = 0; row < request.array_rows; row++) {
+        try {
+            if (row > 0 && !ReadArrayBlock(request.array_blocks[row - 1], place->typed_array_rows,
+                                           &parameters)) {
+                throw StatementRefused(CODE_ARRAY, "values of an array row are malformed");
+            }
+            ParameterList list(parameters);
+            const std::optional<int64_t> rows = RunOnce(place, statement, &list, true);
+            if (rows) sum = sum.value_or(0) + *rows;
+        } catch (const StatementRefused &refused) {
+            throw InRow(refused, row + 1);
+        }
+    }
+    return sum;
+}
+
 }  // namespace
 
 void WriteTextItem(Channel *channel, uint8_t letter, std::string_view text) {
@@ -203,9 +186,7 @@ void WriteTextItem(Channel *channel, uint8_t letter, std::string_view text) {
 }
 
 void WriteDescription(const Workplace &place, const Statement &statement) {
-    std::vector<Column> columns = DescribeColumns(statement, false);
-    if (LacksRowid(place, statement)) columns.push_back(RowidColumn());
-    WriteFields(place.channel, columns);
+    WriteFields(place.channel, ShapeRows(place, statement, false).columns);
 }
 
 void Execute(Workplace *place, Statement *statement, ParameterList *parameters, bool last) {
@@ -216,17 +197,45 @@ void Execute(Workplace *place, Statement *statement, ParameterList *parameters, 
         case Verb::Savepoint:
         case Verb::AutoCommit: RunTransactionStatement(&place->transaction, *statement); return;
         case Verb::ShowVersion: AnswerVersion(place->channel); return;
-        case Verb::Own: RunOwn(place->channel, *statement); return;
+        case Verb::Bulk: RunBulk(place, *statement); return;
+        case Verb::Own:
+            if (!SetBookmarks(place, *statement)) RunOwn(place->channel, *statement);
+            return;
         default: break;
     }
-    Compile(place->transaction.database, place->login.return_rowid, statement);
+    Compile(place->transaction.database, place->WantsRowid(), statement);
     if (statement->verb == Verb::Declare) {
         RunDeclaration(place, statement);
-    } else if (sqlite3_stmt_readonly(statement->compiled.get()) != 0) {
-        RunReading(place, statement, parameters, last);
+    } else if (statement->verb == Verb::Call) {
+        RunCall(place, statement, parameters, last);
+    } else if (IsReadOnly(*statement)) {
+        RunOnce(place, statement, parameters, last);
     } else {
         RunChange(place, statement, parameters, last);
     }
+}
+
+void ExecuteArray(Workplace *place, Statement *statement, const Request &request) {
+    switch (statement->verb) {
+        case Verb::Select:
+        case Verb::Insert:
+        case Verb::Update:
+        case Verb::Delete: break;
+        default:
+            throw StatementRefused(CODE_ARRAY,
+                                   "an array execution takes SELECT, INSERT, UPDATE or DELETE");
+    }
+    Compile(place->transaction.database, place->WantsRowid(), statement);
+    if (IsReadOnly(*statement)) {
+        RunArrayRows(place, statement, request);
+        return;
+    }
+    ChangeScope scope(place->transaction, true);
+    const std::optional<int64_t> rows = RunArrayRows(place, statement, request);
+    scope.Finish();
+    if (!rows) return;
+    WriteCount(place->channel, statement->verb, *rows,
+               sqlite3_last_insert_rowid(place->transaction.database));
 }
 
 }  // namespace tavud

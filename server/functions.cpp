@@ -26,6 +26,10 @@ DeclaredType TypeOfArguments(sqlite3_value **arguments) {
     return type;
 }
 
+bool IsBinaryNumber(int32_t type_id) {
+    return type_id >= TYPE_TINYINT && type_id <= TYPE_DOUBLE && type_id != TYPE_NUMERIC;
+}
+
 std::string QuotedValue(sqlite3_value *value) {
     const int kind = sqlite3_value_type(value);
     if (kind == SQLITE_BLOB) {
@@ -56,6 +60,9 @@ void Fits(sqlite3_context *context, int, sqlite3_value **arguments) {
 void Stored(sqlite3_context *context, int, sqlite3_value **arguments) {
     const DeclaredType type = TypeOfArguments(arguments);
     StoredForm stored;
+    // A column of these types turns a text of digits into a number before it gets here. A value
+    // that comes from elsewhere has had no such treatment.
+    if (IsBinaryNumber(type.type_id)) sqlite3_value_numeric_type(arguments[3]);
     switch (FitValue(type, arguments[3], &stored)) {
         case Fit::Refused: RefuseValue(context, type, arguments[3]); return;
         case Fit::AsItIs: sqlite3_result_value(context, arguments[3]); return;
@@ -106,6 +113,11 @@ void AddFunctions(sqlite3 *database) {
             throw DatabaseFailure(sqlite3_errmsg(database));
         }
     }
+}
+
+std::string StoredCall(const DeclaredType &type, const std::string &expression) {
+    return "tavu_stored(" + std::to_string(type.type_id) + "," + std::to_string(type.size) + "," +
+           (type.varying ? "1" : "0") + "," + expression + ")";
 }
 
 }  // namespace tavud

@@ -2,7 +2,11 @@
 // that it does not have itself.
 #pragma once
 
+#include <string>
+
 #include <sqlite3.h>
+
+#include "server/types.h"
 
 namespace tavud {
 
@@ -12,5 +16,8 @@ namespace tavud {
 //   one ordering for each type that has one
 // Throws DatabaseFailure.
 void AddFunctions(sqlite3 *database);
+
+// The call of tavu_stored for an expression of SQL.
+std::string StoredCall(const DeclaredType &type, const std::string &expression);
 
 }  // namespace tavud

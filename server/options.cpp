@@ -18,6 +18,8 @@ Usage: tavud [options]
   --bind ADDRESS        IPv4 address to listen on (default 127.0.0.1)
   --db FILE             database file, made when it does not exist; ":memory:" keeps the data in a
                         private temporary file that goes with the server (default ":memory:")
+  --lob-inline N        bytes of a CLOB or BLOB that still travel in the row of a session that
+                        asked for descriptors (default 2048)
   --database NAME       database name that a login must give (default SYSTEM)
   --user NAME:PASSWORD  a user who may log in; may be given more than once
                         (default SYSDBA:SYSDBA)
@@ -43,6 +45,15 @@ uint16_t ParsePort(const std::string &text) {
         throw BadOption("--port takes a number from 0 to 65535, not \"" + text + "\"");
     }
     return port;
+}
+
+uint32_t ParseLobInline(const std::string &text) {
+    uint32_t bytes = 0;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), bytes);
+    if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size() || bytes > INT32_MAX) {
+        throw BadOption("--lob-inline takes a number of bytes, not \"" + text + "\"");
+    }
+    return bytes;
 }
 
 User ParseUser(const std::string &text) {
@@ -71,6 +82,8 @@ void Apply(const std::string &name, const std::string &value, Options *options) 
         options->bind_address = value;
     } else if (name == "--db") {
         options->database_file = value;
+    } else if (name == "--lob-inline") {
+        options->lob_inline_bytes = ParseLobInline(value);
     } else if (name == "--database") {
         options->database_name = value;
     } else if (name == "--user") {

@@ -18,6 +18,8 @@ struct Options {
     uint16_t port = 5138;  // 0: the system chooses
     std::string database_file = ":memory:";
     std::string database_name = "SYSTEM";
+    uint32_t lob_inline_bytes =
+        2048;                 // longer large objects are named, not sent, where it is asked
     std::vector<User> users;  // never empty after ParseOptions
     int protocol = 301;       // 201 or 301
     bool cipher = false;      // the enciphered login is accepted besides the plain one

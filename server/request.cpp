@@ -16,8 +16,6 @@ constexpr int64_t TEXT_BYTES_MAX = 64 * 1024 * 1024;
 constexpr int64_t NAME_BYTES_MAX = 1024;
 // All values of one request together.
 constexpr int64_t VALUES_BYTES_MAX = 512 * 1024 * 1024;
-constexpr int16_t KIND_INPUT = 1;
-constexpr int16_t KIND_OUTPUT = 2;
 constexpr uint32_t COUNT_MASK = 0xFFFF;
 
 std::string Hexadecimal(uint8_t letter) {
@@ -64,7 +62,7 @@ Parameter RequestReader::ReadParameter() {
         if (parameter.name[0] == ':') parameter.name.erase(0, 1);
         parameter.kind = channel_->ReadInt16();
     }
-    if (parameter.kind != KIND_INPUT && parameter.kind != KIND_OUTPUT) {
+    if (parameter.kind != PARAMETER_INPUT && parameter.kind != PARAMETER_OUTPUT) {
         throw BadFrame("parameter of kind " + std::to_string(parameter.kind));
     }
     parameter.type_id = channel_->ReadInt16();
@@ -89,9 +87,12 @@ uint8_t RequestReader::ReadLetter() {
 }
 
 // The rows behind the first are one counted block each.
-void RequestReader::SkipArrayRows(uint32_t rows) {
-    for (uint32_t row = 1; row < rows; row++) {
-        channel_->SkipBytes(ReadLength("block of an array row", VALUES_BYTES_MAX));
+void RequestReader::ReadArrayBlocks(Request *request) {
+    for (uint32_t row = 1; row < request->array_rows; row++) {
+        const size_t block_bytes = ReadLength("block of an array row", value_bytes_left_);
+        value_bytes_left_ -= static_cast<int64_t>(block_bytes);
+        request->array_blocks.push_back(channel_->ReadBytes(block_bytes));
+        zeros_may_follow_ = false;
     }
 }
 
@@ -113,8 +114,25 @@ Request RequestReader::Read() {
     for (uint32_t i = 0; i < count; i++) {
         request.parameters.push_back(ReadParameter());
     }
-    if (count > 0) SkipArrayRows(request.array_rows);
+    if (count > 0) ReadArrayBlocks(&request);
     return request;
+}
+
+bool ReadArrayBlock(std::string_view block, bool typed, std::vector<Parameter> *parameters) {
+    const size_t head_bytes = typed ? 5 : 4;
+    for (Parameter &parameter : *parameters) {
+        if (block.size() < head_bytes) return false;
+        if (typed) {
+            parameter.type_id = static_cast<uint8_t>(block[0]);
+            block.remove_prefix(1);
+        }
+        const int64_t value_bytes = LoadInteger(block, 4);
+        block.remove_prefix(4);
+        if (value_bytes < 0 || value_bytes > static_cast<int64_t>(block.size())) return false;
+        parameter.bytes = block.substr(0, static_cast<size_t>(value_bytes));
+        block.remove_prefix(static_cast<size_t>(value_bytes));
+    }
+    return block.empty();
 }
 
 }  // namespace tavud

@@ -18,18 +18,6 @@ struct TableHead {
     size_t behind_name = 0;
 };
 
-bool ReadTableName(const TokenisedText &text, size_t *at, TableName *name) {
-    if (!text.IsName(*at)) return false;
-    name->table = text.NameOf(*at);
-    (*at)++;
-    if (text.IsPunctuation(*at, '.') && text.IsName(*at + 1)) {
-        name->schema = name->table;
-        name->table = text.NameOf(*at + 1);
-        *at += 2;
-    }
-    return true;
-}
-
 std::optional<TableHead> ReadCreateTable(const TokenisedText &text) {
     TableHead head;
     size_t at = 1;
@@ -178,6 +166,18 @@ bool TableExists(sqlite3 *database, const TableName &name) {
 }
 
 }  // namespace
+
+bool ReadTableName(const TokenisedText &text, size_t *at, TableName *name) {
+    if (!text.IsName(*at)) return false;
+    name->table = text.NameOf(*at);
+    (*at)++;
+    if (text.IsPunctuation(*at, '.') && text.IsName(*at + 1)) {
+        name->schema = name->table;
+        name->table = text.NameOf(*at + 1);
+        *at += 2;
+    }
+    return true;
+}
 
 std::string RewriteDeclarations(const TokenisedText &statement) {
     if (const std::optional<TableHead> head = ReadCreateTable(statement)) {

@@ -16,12 +16,16 @@ namespace tavud {
 // StatementRefused for a type that there is not and for forms of a table without rowids.
 std::string RewriteDeclarations(const TokenisedText &statement);
 
-// The table that a CREATE TABLE or ALTER TABLE names, with its schema in front when it has one;
-// after `ALTER TABLE ... RENAME TO` its new name. Nothing for any other statement.
 struct TableName {
     std::string schema;  // "" when not given
     std::string table;
 };
+
+// Reads a table's name at token `*at`, moving it behind the name. False when no name is there.
+bool ReadTableName(const TokenisedText &text, size_t *at, TableName *name);
+
+// The table that a CREATE TABLE or ALTER TABLE names, with its schema in front when it has one;
+// after `ALTER TABLE ... RENAME TO` its new name. Nothing for any other statement.
 std::optional<TableName> CreatedTable(const TokenisedText &statement);
 std::optional<TableName> AlteredTable(const TokenisedText &statement);
 std::optional<std::string> RenamedTo(const TokenisedText &statement);

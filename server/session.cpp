@@ -2,11 +2,15 @@
 #include "server/session.h"
 
 #include <algorithm>
+#include <charconv>
+#include <memory>
 #include <optional>
 #include <utility>
 
 #include "server/errors.h"
+#include "server/get_lob.h"
 #include "server/login.h"
+#include "server/procedure.h"
 #include "server/tokens.h"
 
 namespace tavud {
@@ -14,7 +18,7 @@ namespace tavud {
 namespace {
 
 constexpr uint32_t LOCK_WAIT_S_MAX = 24 * 3600;
-constexpr int32_t PARAMETER_KIND_INPUT = 1;
+constexpr int PROTOCOL_WITHOUT_ARRAY_TYPES = 201;
 
 std::vector<Statement> ReadStatements(std::string_view text) {
     std::vector<Statement> statements;
@@ -35,6 +39,21 @@ std::optional<std::string> NameToRun(std::string_view text) {
     return std::string(text.substr(0, text.find_first_of(" ;")));
 }
 
+// Whether nothing but a ";" comes at token `at`.
+bool EndsAt(const TokenisedText &text, size_t at) {
+    return text.tokens.size() == at ||
+           (text.tokens.size() == at + 1 && text.IsPunctuation(at, ';'));
+}
+
+// The name in "OPEN name" and "CLOSE name".
+std::string NameAlone(const TokenisedText &text) {
+    if (!text.IsName(1) || !EndsAt(text, 2)) {
+        throw StatementRefused(CODE_SYNTAX,
+                               std::string(text.TextOf(0)) + " takes the name of a cursor");
+    }
+    return text.NameOf(1);
+}
+
 std::string ParameterName(const char *name) {
     return name == nullptr || name[0] == '?' ? "" : name + 1;
 }
@@ -43,7 +62,7 @@ std::string ParameterName(const char *name) {
 
 Session::Session(Channel *channel, const Options &options, const KeyPair *key_pair,
                  const Database &database, const std::atomic<bool> *stopping)
-    : options_(options), key_pair_(key_pair), database_(database) {
+    : options_(options), key_pair_(key_pair), database_(database), cursors_(&place_) {
     place_.channel = channel;
     patience_.stopping = stopping;
 }
@@ -59,13 +78,19 @@ void Session::Run() {
     handle_ = OpenSession(database_, &patience_);
     place_.transaction.database = handle_.get();
     place_.transaction.auto_commit = place_.login.auto_commit;
+    place_.typed_array_rows = options_.protocol != PROTOCOL_WITHOUT_ARRAY_TYPES;
+    if (place_.login.lob_descriptor) {
+        place_.giver = std::make_unique<LargeObjectGiver>(&database_.Objects(), place_.login.user,
+                                                          options_.lob_inline_bytes);
+    }
     RequestReader reader(place_.channel);
     for (;;) {
-        Answer(reader.Read());
+        Request request = reader.Read();
+        Answer(&request);
     }
 }
 
-void Session::Answer(const Request &request) {
+void Session::Answer(Request *request) {
     try {
         Dispatch(request);
     } catch (const StatementRefused &refused) {
@@ -75,27 +100,33 @@ void Session::Answer(const Request &request) {
     place_.channel->Flush();
 }
 
-void Session::Dispatch(const Request &request) {
-    if (request.array_rows != 0) {
-        throw StatementRefused(CODE_ARRAY, "array execution is not offered");
-    }
-    if (const std::optional<std::string> name = NameToRun(request.text)) {
-        RunAll(Named(*name), request.parameters);
+void Session::Dispatch(Request *request) {
+    if (const std::optional<std::string> name = NameToRun(request->text)) {
+        cursors_.Settle();
+        RunAll(Named(*name), *request);
         return;
     }
-    const TokenisedText text = Tokenise(request.text);
-    if (text.IsWord(0, "PREPARE")) {
+    const TokenisedText text = Tokenise(request->text);
+    if (text.IsWord(0, "FETCH")) return FetchCursor(text);
+    if (text.IsWord(0, "CLOSE")) return cursors_.Close(NameAlone(text));
+    if (IsGetLob(text)) return AnswerGetLob(place_, database_, text);
+    cursors_.Settle();
+    if (text.IsWord(0, "DECLARE")) {
+        DeclareCursor(text, std::move(request->parameters));
+    } else if (text.IsWord(0, "OPEN")) {
+        cursors_.Open(NameAlone(text));
+    } else if (text.IsWord(0, "PREPARE")) {
         PrepareNamed(text);
     } else if (text.IsWord(0, "DEALLOCATE")) {
         Deallocate(text);
     } else {
-        Statements statements = ReadStatements(request.text);
-        RunAll(&statements, request.parameters);
+        Statements statements = ReadStatements(request->text);
+        RunAll(&statements, *request);
     }
 }
 
 Session::Statements *Session::Named(const std::string &name) {
-    const auto found = prepared_.find(name);
+    const auto found = prepared_.find(UpperCase(name));
     if (found == prepared_.end()) {
         throw StatementRefused(CODE_NO_STATEMENT, "no statement " + name + " is prepared");
     }
@@ -106,15 +137,21 @@ Session::Statements *Session::Named(const std::string &name) {
 // is no select and no change of data.
 void Session::CompileAhead(Statements *statements) {
     for (Statement &statement : *statements) {
-        Compile(handle_.get(), place_.login.return_rowid, &statement);
-        if (statement.verb == Verb::Declare || statement.verb == Verb::Other) return;
+        Compile(handle_.get(), place_.WantsRowid(), &statement);
+        switch (statement.verb) {
+            case Verb::Declare:
+            case Verb::Bulk:
+            case Verb::Other: return;
+            default: break;
+        }
     }
 }
 
 void Session::WriteDescriptions(const Statements &statements) {
     const auto with_rows =
         std::find_if(statements.begin(), statements.end(), [](const Statement &statement) {
-            return sqlite3_column_count(statement.compiled.get()) > 0;
+            return statement.verb != Verb::Call &&
+                   sqlite3_column_count(statement.compiled.get()) > 0;
         });
     if (with_rows != statements.end()) WriteDescription(place_, *with_rows);
     int count = 0;
@@ -126,13 +163,16 @@ void Session::WriteDescriptions(const Statements &statements) {
     place_.channel->WriteInt32(count);
     for (const Statement &statement : statements) {
         sqlite3_stmt *compiled = statement.compiled.get();
+        std::vector<int> outputs;
+        if (statement.verb == Verb::Call) outputs = OutputMarkers(statement);
         for (int i = 1; i <= sqlite3_bind_parameter_count(compiled); i++) {
             place_.channel->WriteText(ParameterName(sqlite3_bind_parameter_name(compiled, i)));
             // The database takes any type anywhere, so each parameter is told as a text without a
             // length.
             place_.channel->WriteInt32(TYPE_CHAR);
             place_.channel->WriteInt32(NO_SIZE);
-            place_.channel->WriteInt32(PARAMETER_KIND_INPUT);
+            const bool output = std::count(outputs.begin(), outputs.end(), i) > 0;
+            place_.channel->WriteInt32(output ? PARAMETER_OUTPUT : PARAMETER_INPUT);
         }
     }
 }
@@ -144,17 +184,56 @@ void Session::PrepareNamed(const TokenisedText &text) {
     Statements statements = ReadStatements(text.text.substr(text.tokens[2].end));
     CompileAhead(&statements);
     WriteDescriptions(statements);
-    prepared_[text.NameOf(1)] = std::move(statements);
+    prepared_[UpperCase(text.NameOf(1))] = std::move(statements);
 }
 
 void Session::Deallocate(const TokenisedText &text) {
     const std::string name = text.NameOf(1);
     Named(name);
-    prepared_.erase(name);
+    prepared_.erase(UpperCase(name));
 }
 
-void Session::RunAll(Statements *statements, const std::vector<Parameter> &parameters) {
-    ParameterList list(parameters);
+// The query is a prepared statement's or stands in the text itself. The parameters are kept for the
+// cursor's opening.
+void Session::DeclareCursor(const TokenisedText &text, std::vector<Parameter> parameters) {
+    if (!text.IsName(1) || !text.IsWord(2, "CURSOR") || !text.IsWord(3, "FOR")) {
+        throw StatementRefused(CODE_SYNTAX, "DECLARE takes a name, CURSOR FOR and a query");
+    }
+    Statements written;
+    const Statements *queries = &written;
+    if (text.IsName(4) && EndsAt(text, 5)) {
+        queries = Named(text.NameOf(4));
+    } else {
+        written = ReadStatements(text.text.substr(text.tokens[3].end));
+    }
+    if (queries->size() != 1) throw StatementRefused(CODE_CURSOR, "a cursor takes one query");
+    // Compiled once more: the statement itself may be run while the cursor is open.
+    cursors_.Declare(text.NameOf(1), MakeStatement(queries->front().text), std::move(parameters));
+}
+
+void Session::FetchCursor(const TokenisedText &text) {
+    const std::string_view digits = text.TextOf(1);
+    uint64_t count = 0;
+    const char *end = digits.data() + digits.size();
+    const auto parsed = std::from_chars(digits.data(), end, count);
+    const bool sound = parsed.ec == std::errc() && parsed.ptr == end && text.IsWord(2, "FROM") &&
+                       text.IsName(3) && EndsAt(text, 4);
+    if (!sound) {
+        throw StatementRefused(CODE_SYNTAX, "FETCH takes a number, FROM and the name of a cursor");
+    }
+    cursors_.Fetch(text.NameOf(3), count);
+}
+
+void Session::RunAll(Statements *statements, const Request &request) {
+    // Without parameters no values of further rows have come.
+    if (request.array_rows > 0 && !request.parameters.empty()) {
+        if (statements->size() != 1) {
+            throw StatementRefused(CODE_ARRAY, "an array execution takes one statement");
+        }
+        ExecuteArray(&place_, &statements->front(), request);
+        return;
+    }
+    ParameterList list(request.parameters);
     for (Statement &statement : *statements) {
         Execute(&place_, &statement, &list, &statement == &statements->back());
     }

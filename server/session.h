@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "server/channel.h"
+#include "server/cursor.h"
 #include "server/database.h"
 #include "server/execute.h"
 #include "server/key_pair.h"
@@ -29,11 +30,13 @@ public:
 private:
     using Statements = std::vector<Statement>;
 
-    void Answer(const Request &request);
-    void Dispatch(const Request &request);
+    void Answer(Request *request);
+    void Dispatch(Request *request);
     void PrepareNamed(const TokenisedText &text);
     void Deallocate(const TokenisedText &text);
-    void RunAll(Statements *statements, const std::vector<Parameter> &parameters);
+    void DeclareCursor(const TokenisedText &text, std::vector<Parameter> parameters);
+    void FetchCursor(const TokenisedText &text);
+    void RunAll(Statements *statements, const Request &request);
     void CompileAhead(Statements *statements);
     void WriteDescriptions(const Statements &statements);
     Statements *Named(const std::string &name);
@@ -44,7 +47,9 @@ private:
     Patience patience_;
     DatabaseHandle handle_;
     Workplace place_;
-    std::map<std::string, Statements> prepared_;  // behind the handle, so that it goes first
+    // Behind the handle, so that they go first. Names are in capitals.
+    std::map<std::string, Statements> prepared_;
+    Cursors cursors_;
 };
 
 }  // namespace tavud

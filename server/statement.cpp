@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "server/errors.h"
+#include "server/procedure.h"
 #include "server/rewrite.h"
 #include "server/tokens.h"
 #include "server/values.h"
@@ -35,6 +36,12 @@ constexpr VerbEntry verb_table[] = {
     {"SAVEPOINT", Verb::Savepoint },
     {"RELEASE",   Verb::Savepoint },
     {"SET",       Verb::AutoCommit},
+    {"CALL",      Verb::Call      },
+    {"EXEC",      Verb::Call      },
+    {"EXECUTE",   Verb::Call      },
+    {"LOAD",      Verb::Bulk      },
+    {"IMPORT",    Verb::Bulk      },
+    {"REINDEX",   Verb::Reindex   },
     {"TAVUD",     Verb::Own       },
 };
 
@@ -45,11 +52,12 @@ Verb WordVerb(const TokenisedText &text, size_t at) {
     return Verb::Other;
 }
 
-// The verb behind the common table expressions of a WITH.
+// The verb behind the common table expressions of a WITH, which can have the names of other verbs.
 Verb VerbBehindWith(const TokenisedText &text) {
     for (size_t at = 1; at < text.tokens.size();) {
-        const Verb verb = WordVerb(text, at);
-        if (verb != Verb::Other) return verb;
+        if (text.IsAnyWord(at, {"SELECT", "INSERT", "REPLACE", "UPDATE", "DELETE"})) {
+            return WordVerb(text, at);
+        }
         at = text.IsPunctuation(at, '(') ? text.BehindParenthesis(at) : at + 1;
     }
     return Verb::Other;
@@ -126,8 +134,7 @@ std::optional<DeclaredType> DerivedType(std::string_view declaration) {
 std::optional<DeclaredType> ColumnDeclaration(sqlite3_stmt *statement, int column) {
     const char *declaration = sqlite3_column_decltype(statement, column);
     if (declaration == nullptr) return std::nullopt;
-    const std::optional<DeclaredType> derived = DerivedType(declaration);
-    return derived ? derived : ParseDeclaration(declaration);
+    return TypeOfDeclaration(declaration);
 }
 
 // "." and "%" part the pieces of a name on the wire, so they cannot be in one.
@@ -164,6 +171,23 @@ int32_t ColumnFlags(sqlite3_stmt *statement, int column, const DeclaredType &typ
     return not_null != 0 ? flags : flags | FLAG_NULLABLE;
 }
 
+// "REINDEX t.*" is how clients ask for all indexes of a table.
+std::string WithoutStar(const TokenisedText &text) {
+    const size_t count = text.tokens.size();
+    const bool starred =
+        count > 3 && text.IsPunctuation(count - 1, '*') && text.IsPunctuation(count - 2, '.');
+    return std::string(text.text.substr(0, text.tokens[starred ? count - 3 : count - 1].end));
+}
+
+std::string TextForDatabase(const TokenisedText &text, Verb verb) {
+    switch (verb) {
+        case Verb::Declare: return RewriteDeclarations(text);
+        case Verb::Call: return ReadCall(text).Arguments();
+        case Verb::Reindex: return WithoutStar(text);
+        default: return std::string(text.text);
+    }
+}
+
 }  // namespace
 
 Verb VerbOf(const TokenisedText &statement) {
@@ -195,6 +219,8 @@ bool IsCompiled(Verb verb) {
         case Verb::Update:
         case Verb::Delete:
         case Verb::Declare:
+        case Verb::Call:
+        case Verb::Reindex:
         case Verb::Other: return true;
         default: return false;
     }
@@ -209,11 +235,21 @@ void Compile(sqlite3 *database, bool with_rowid, Statement *statement) {
         statement->rowid_inside = statement->compiled != nullptr;
     }
     if (!statement->compiled) {
-        const bool declares = statement->verb == Verb::Declare;
-        statement->compiled =
-            Prepare(database, declares ? RewriteDeclarations(text) : statement->text);
+        statement->compiled = Prepare(database, TextForDatabase(text, statement->verb));
     }
     if (!statement->compiled) throw RefusedByDatabase(database);
+}
+
+bool Step(sqlite3_stmt *statement) {
+    const int result = sqlite3_step(statement);
+    if (result == SQLITE_ROW) return true;
+    if (result != SQLITE_DONE) throw RefusedByDatabase(sqlite3_db_handle(statement));
+    return false;
+}
+
+std::optional<DeclaredType> TypeOfDeclaration(const char *declaration) {
+    const std::optional<DeclaredType> derived = DerivedType(declaration);
+    return derived ? derived : ParseDeclaration(declaration);
 }
 
 Column RowidColumn() {
@@ -265,6 +301,7 @@ const Parameter *ParameterList::ByName(const char *name) const {
 void ParameterList::Bind(sqlite3_stmt *statement, bool last) {
     const int count = sqlite3_bind_parameter_count(statement);
     const bool named = !parameters_.empty() && !parameters_[0].name.empty();
+    bound_.clear();
     for (int index = 1; index <= count; index++) {
         const char *name = sqlite3_bind_parameter_name(statement, index);
         const Parameter *parameter = ByName(name);
@@ -278,6 +315,7 @@ void ParameterList::Bind(sqlite3_stmt *statement, bool last) {
                                                              std::to_string(parameters_.size()) +
                                                              " that came");
         }
+        bound_.push_back(static_cast<size_t>(parameter - parameters_.data()));
         if (!BindWireValue(statement, index, parameter->type_id, parameter->bytes)) {
             throw StatementRefused(CODE_PARAMETER_VALUE,
                                    "parameter " + std::to_string(index) + " of type " +

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,11 @@ enum class Verb {
     Savepoint,  // SAVEPOINT, ROLLBACK TO and RELEASE, which the database understands as they are
     AutoCommit,
     ShowVersion,
-    Own,    // the server's own statements, "tavud message 'text'" and its like
-    Other,  // left to the database
+    Call,     // CALL and EXEC of a procedure, compiled as a select of its arguments
+    Bulk,     // LOAD and IMPORT
+    Reindex,  // REINDEX of a table's indexes
+    Own,      // the server's own statements, "tavud message 'text'" and its like
+    Other,    // left to the database
 };
 
 Verb VerbOf(const TokenisedText &statement);
@@ -47,6 +51,25 @@ bool IsCompiled(Verb verb);
 // Compiles it unless that has been done. `with_rowid` has a select give the rowid of its table.
 // Throws StatementRefused.
 void Compile(sqlite3 *database, bool with_rowid, Statement *statement);
+
+// Leaves a compiled statement ready for its next run and without the values of this one.
+struct ResetAtEnd {
+    sqlite3_stmt *statement;
+
+    explicit ResetAtEnd(sqlite3_stmt *compiled) : statement(compiled) {}
+    ~ResetAtEnd() {
+        sqlite3_reset(statement);
+        sqlite3_clear_bindings(statement);
+    }
+    ResetAtEnd(const ResetAtEnd &) = delete;
+    ResetAtEnd &operator=(const ResetAtEnd &) = delete;
+};
+
+// True when there is a row. Throws StatementRefused.
+bool Step(sqlite3_stmt *statement);
+
+// What a column of a table is declared as; nothing when it has no type.
+std::optional<DeclaredType> TypeOfDeclaration(const char *declaration);
 
 // A column as the field list announces it.
 struct Column {
@@ -75,11 +98,21 @@ public:
     // may be left over. Throws StatementRefused.
     void Bind(sqlite3_stmt *statement, bool last);
 
+    // The index in the request of what was bound last as parameter `index` of its statement; the
+    // request is where a client counts.
+    size_t RequestIndex(int index) const {
+        return bound_[static_cast<size_t>(index) - 1];
+    }
+    const Parameter &Bound(int index) const {
+        return parameters_[RequestIndex(index)];
+    }
+
 private:
     const Parameter *ByName(const char *name) const;
 
     const std::vector<Parameter> &parameters_;
-    size_t next_ = 0;  // the first that no statement has taken by position
+    size_t next_ = 0;            // the first that no statement has taken by position
+    std::vector<size_t> bound_;  // of the statement bound last
 };
 
 }  // namespace tavud

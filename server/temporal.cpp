@@ -13,6 +13,7 @@ namespace tavud {
 namespace {
 
 constexpr int64_t MICROS_PER_SECOND = 1000000;
+constexpr int MICRO_DIGITS = 6;
 constexpr int64_t SECONDS_PER_DAY = 86400;
 constexpr int64_t MILLIS_PER_DAY = SECONDS_PER_DAY * 1000;
 constexpr int64_t MICROS_PER_DAY = SECONDS_PER_DAY * MICROS_PER_SECOND;
@@ -184,27 +185,43 @@ int64_t FloorDivide(int64_t value, int64_t by) {
     return value >= 0 ? value / by : -((by - 1 - value) / by);
 }
 
+// The last `digits` digits of a number that is not negative. Rows by the million pass through
+// here, and the C library's formatting takes as long as all else that is done with a date.
+void AppendDigits(std::string *text, int64_t number, int digits) {
+    text->append(static_cast<size_t>(digits), '0');
+    for (size_t at = text->size(); digits > 0; digits--) {
+        (*text)[--at] = static_cast<char>('0' + number % 10);
+        number /= 10;
+    }
+}
+
 // "HH:MM:SS" and, unless they are zero, a point and `digits` digits of the second.
 std::string TimeText(int64_t micros_of_day, int digits) {
     const int64_t seconds = micros_of_day / MICROS_PER_SECOND;
-    const int64_t micros = micros_of_day % MICROS_PER_SECOND;
-    char text[64];
-    int length = std::snprintf(
-        text, sizeof(text), "%02lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
-        static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
-    if (micros != 0) {
-        std::snprintf(text + length, sizeof(text) - static_cast<size_t>(length), ".%06lld",
-                      static_cast<long long>(micros));
-        length += 1 + digits;
+    int64_t fraction = micros_of_day % MICROS_PER_SECOND;
+    std::string text;
+    AppendDigits(&text, seconds / 3600, 2);
+    text.push_back(':');
+    AppendDigits(&text, seconds / 60 % 60, 2);
+    text.push_back(':');
+    AppendDigits(&text, seconds % 60, 2);
+    if (fraction == 0) return text;
+    text.push_back('.');
+    for (int cut = MICRO_DIGITS; cut > digits; cut--) {
+        fraction /= 10;
     }
-    return std::string(text, static_cast<size_t>(length));
+    AppendDigits(&text, fraction, digits);
+    return text;
 }
 
 std::string DateText(int64_t days) {
     const CivilDate date = CivilOf(days);
-    char text[64];
-    std::snprintf(text, sizeof(text), "%04lld-%02lld-%02lld", static_cast<long long>(date.year),
-                  static_cast<long long>(date.month), static_cast<long long>(date.day));
+    std::string text;
+    AppendDigits(&text, date.year, 4);
+    text.push_back('-');
+    AppendDigits(&text, date.month, 2);
+    text.push_back('-');
+    AppendDigits(&text, date.day, 2);
     return text;
 }
 

@@ -6,6 +6,7 @@
 
 #include "server/database.h"
 #include "server/errors.h"
+#include "server/functions.h"
 #include "server/transaction.h"
 #include "server/types.h"
 
@@ -29,7 +30,22 @@ std::string TriggerName(const std::string &schema, const char *event, const Tabl
 struct StoredColumn {
     std::string quoted_name;
     std::string stored_call;  // the call that gives the stored form of the new value
+    std::string differs;      // whether the new value has another form
 };
+
+StoredColumn StoredColumnOf(const char *name, const DeclaredType &type) {
+    StoredColumn column;
+    column.quoted_name = QuoteName(name);
+    const std::string value = "NEW." + column.quoted_name;
+    column.stored_call = StoredCall(type, value);
+    // Binaries are rewritten when they came as text, whatever their bytes, which can be many.
+    // All others are compared byte for byte, because the column's own ordering calls both forms
+    // equal.
+    column.differs = type.type_id == TYPE_BLOB || type.type_id == TYPE_BINARY
+                         ? "typeof(" + value + ") = 'text'"
+                         : column.stored_call + " IS NOT " + value + " COLLATE BINARY";
+    return column;
+}
 
 std::vector<StoredColumn> ColumnsToStore(sqlite3 *database, const std::string &schema,
                                          const TableName &table) {
@@ -49,9 +65,7 @@ std::vector<StoredColumn> ColumnsToStore(sqlite3 *database, const std::string &s
         if (name == nullptr || declaration == nullptr) continue;
         const std::optional<DeclaredType> type = ParseDeclaration(declaration);
         if (!type || !IsNormalised(type->type_id)) continue;
-        const std::string quoted = QuoteName(name);
-        columns.push_back({quoted, "tavu_stored(" + std::to_string(type->type_id) + "," +
-                                       std::to_string(type->size) + ",0,NEW." + quoted + ")"});
+        columns.push_back(StoredColumnOf(name, *type));
     }
     return columns;
 }
@@ -65,8 +79,7 @@ std::string TriggerBody(const std::vector<StoredColumn> &columns, const TableNam
             differs += " OR ";
             settings += ", ";
         }
-        // Compared byte for byte, because the column's own ordering calls both forms equal.
-        differs += column.stored_call + " IS NOT NEW." + column.quoted_name + " COLLATE BINARY";
+        differs += column.differs;
         settings += column.quoted_name + " = " + column.stored_call;
     }
     return " ON " + QuoteName(table.table) + " FOR EACH ROW WHEN " + differs + " BEGIN UPDATE " +

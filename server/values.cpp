@@ -285,18 +285,22 @@ bool AppendTemporalColumn(int32_t type_id, std::string_view text, std::string *r
     return true;
 }
 
-void AppendLargeColumn(std::string_view bytes, int32_t type_id, bool tagged, std::string *row) {
-    if (!tagged) {
+void AppendLargeColumn(std::string_view bytes, int32_t type_id, LargeObjectGiver *giver,
+                       std::string *row) {
+    if (giver == nullptr) {
         AppendCounted(bytes, row);
-        return;
+    } else {
+        giver->Append(bytes, type_id, row);
     }
-    AppendInt32(row, static_cast<int32_t>(bytes.size() + 1));
-    row->push_back(type_id == TYPE_CLOB ? 'c' : 'b');
-    row->append(bytes);
 }
 
 bool BindText(sqlite3_stmt *statement, int index, std::string_view text) {
     return sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT,
+                               SQLITE_UTF8) == SQLITE_OK;
+}
+
+bool BindBorrowedText(sqlite3_stmt *statement, int index, std::string_view text) {
+    return sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_STATIC,
                                SQLITE_UTF8) == SQLITE_OK;
 }
 
@@ -363,8 +367,8 @@ int CompareStored(int32_t type_id, std::string_view one, std::string_view other)
     return one.compare(other);
 }
 
-bool AppendColumn(sqlite3_stmt *statement, int column, const DeclaredType &type, bool tagged,
-                  std::string *row) {
+bool AppendColumn(sqlite3_stmt *statement, int column, const DeclaredType &type,
+                  LargeObjectGiver *giver, std::string *row) {
     if (sqlite3_column_type(statement, column) == SQLITE_NULL) {
         AppendInt32(row, 0);
         return true;
@@ -385,10 +389,10 @@ bool AppendColumn(sqlite3_stmt *statement, int column, const DeclaredType &type,
         case TYPE_ROWID:
         case TYPE_CHAR: AppendCounted(ColumnText(statement, column), row); return true;
         case TYPE_CLOB:
-            AppendLargeColumn(ColumnText(statement, column), type.type_id, tagged, row);
+            AppendLargeColumn(ColumnText(statement, column), type.type_id, giver, row);
             return true;
         case TYPE_BLOB:
-            AppendLargeColumn(ColumnBytes(statement, column), type.type_id, tagged, row);
+            AppendLargeColumn(ColumnBytes(statement, column), type.type_id, giver, row);
             return true;
         case TYPE_ROWVERSION:
         case TYPE_BINARY: AppendCounted(ColumnBytes(statement, column), row); return true;
@@ -398,6 +402,10 @@ bool AppendColumn(sqlite3_stmt *statement, int column, const DeclaredType &type,
 
 bool BindWireValue(sqlite3_stmt *statement, int index, int32_t type_id, std::string_view bytes) {
     if (bytes.empty()) return sqlite3_bind_null(statement, index) == SQLITE_OK;
+    return BindPresentValue(statement, index, type_id, bytes);
+}
+
+bool BindPresentValue(sqlite3_stmt *statement, int index, int32_t type_id, std::string_view bytes) {
     const uint32_t width = FixedBytes(type_id);
     if (width != 0) {
         return bytes.size() == width && BindFixed(statement, index, type_id, bytes);
@@ -419,12 +427,12 @@ bool BindWireValue(sqlite3_stmt *statement, int index, int32_t type_id, std::str
         case TYPE_GUID:
         case TYPE_CHAR:
         case TYPE_CLOB:
-        case TYPE_ROWID: return BindText(statement, index, bytes);
+        case TYPE_ROWID: return BindBorrowedText(statement, index, bytes);
         case TYPE_ROWVERSION:
         case TYPE_BINARY:
         case TYPE_BLOB:
             return sqlite3_bind_blob64(statement, index, bytes.data(), bytes.size(),
-                                       SQLITE_TRANSIENT) == SQLITE_OK;
+                                       SQLITE_STATIC) == SQLITE_OK;
         default: return false;
     }
 }

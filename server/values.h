@@ -7,6 +7,7 @@
 
 #include <sqlite3.h>
 
+#include "server/large_object.h"
 #include "server/types.h"
 
 namespace tavud {
@@ -32,11 +33,15 @@ int CompareStored(int32_t type_id, std::string_view one, std::string_view other)
 
 // Appends the int32 length and the payload of one column of the current row. `type` is what the
 // field list announced. False when the value is none of that type; nothing is appended then.
-// `tagged` puts the letter that marks an inline large value in front of CLOB and BLOB.
-bool AppendColumn(sqlite3_stmt *statement, int column, const DeclaredType &type, bool tagged,
-                  std::string *row);
+// `giver` says what stands for CLOB and BLOB values; without one it is their bytes.
+bool AppendColumn(sqlite3_stmt *statement, int column, const DeclaredType &type,
+                  LargeObjectGiver *giver, std::string *row);
 
-// Binds a parameter that came with this type code. False when the bytes are no value of the type.
+// Binds a parameter that came with this type code, NULL when it has no bytes. The bytes are
+// borrowed until the statement is bound anew. False when they are no value of the type.
 bool BindWireValue(sqlite3_stmt *statement, int index, int32_t type_id, std::string_view bytes);
+
+// The same for a value that is not NULL: without bytes it is an empty text or binary.
+bool BindPresentValue(sqlite3_stmt *statement, int index, int32_t type_id, std::string_view bytes);
 
 }  // namespace tavud

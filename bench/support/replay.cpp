@@ -13,6 +13,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,6 +22,8 @@
 
 #include "wire/block_power.h"
 #include "wire/cipher.h"
+
+static constexpr size_t BLOCK_ROWS = 2000;
 
 static void Must(bool good, const char *what) {
     if (good) return;
@@ -153,15 +156,32 @@ static bool ReadLogin(Peer *peer, ReplayKey key) {
     return text == "~ssl~" ? ReadEncipheredLogin(peer, key) : ReadRestOfLogin(*peer, text);
 }
 
-static bool ReadRequest(const Peer &peer, std::string *text) {
+// Reads away what follows a request with parameters.
+static bool ReadParameters(const Peer &peer, size_t count, ReplayClock *clock) {
+    uint8_t bytes[65536];
+    while (count != 0) {
+        const ssize_t received =
+            recv(peer.socket, bytes, count < sizeof bytes ? count : sizeof bytes, 0);
+        if (received <= 0) return false;
+        for (ssize_t i = 0; i < received; i++) {
+            clock->parameter_sum += bytes[i];
+        }
+        count -= (size_t)received;
+    }
+    return true;
+}
+
+static bool ReadRequest(const Peer &peer, const ReplayResult &result, ReplayClock *clock,
+                        std::string *text) {
     uint8_t head[5];
     if (!ReceiveAll(peer, head, sizeof head) || head[0] != '?') return false;
     size_t length = ((size_t)head[1] << 24) | ((size_t)head[2] << 16) | ((size_t)head[3] << 8) |
                     (size_t)head[4];
     text->resize(length + 5);
     if (!ReceiveAll(peer, text->data(), length + 5)) return false;
+    bool has_parameters = text->compare(length + 1, 4, std::string(4, '\0')) != 0;
     text->resize(length);
-    return true;
+    return !has_parameters || ReadParameters(peer, result.parameter_bytes, clock);
 }
 
 static bool SendRows(const Peer &peer, const ReplayResult &result, ReplayClock *clock) {
@@ -179,15 +199,31 @@ static bool SendRows(const Peer &peer, const ReplayResult &result, ReplayClock *
     return SendAll(peer, rows->data() + first, rows->size() - first) && SendText(peer, "K");
 }
 
+// Sends the rows of a cursor behind the first `*sent` bytes.
+static bool SendBlock(const Peer &peer, const ReplayResult &result, size_t *sent) {
+    const size_t bytes = std::min(result.rows.size() - *sent, BLOCK_ROWS * result.row_bytes);
+    const char *rows = result.rows.data() + *sent;
+    *sent += bytes;
+    return SendText(peer, result.field_list) && SendAll(peer, rows, bytes) && SendText(peer, "K");
+}
+
 static void Serve(Peer *peer, const ReplayResult &result, ReplayKey key, ReplayClock *clock) {
     if (!ReadLogin(peer, key) || !SendText(*peer, "K")) return;
     std::string text;
-    while (ReadRequest(*peer, &text)) {
+    size_t cursor_sent = 0;
+    while (ReadRequest(*peer, result, clock, &text)) {
         bool sent;
         if (text.compare(0, 8, "PREPARE ") == 0) {
             sent = SendText(*peer, result.field_list + "K");
         } else if (text.compare(0, 2, "? ") == 0 || text.compare(0, 6, "SELECT") == 0) {
             sent = SendRows(*peer, result, clock);
+        } else if (text.compare(0, 5, "OPEN ") == 0) {
+            cursor_sent = 0;
+            sent = SendText(*peer, result.field_list + "K");
+        } else if (text.compare(0, 6, "FETCH ") == 0) {
+            sent = SendBlock(*peer, result, &cursor_sent);
+        } else if (text.compare(0, 8, "get lob ") == 0) {
+            sent = SendText(*peer, result.large_value);
         } else {
             sent = SendText(*peer, "K");
         }

@@ -11,6 +11,7 @@
 // What the server writes down for the client to see.
 struct ReplayClock {
     int64_t first_block_sent_ns;  // when the last byte of the 2000th row was handed to the system
+    uint64_t parameter_sum;       // of the parameter bytes that came, before they were answered
 };
 
 struct Replay {
@@ -24,6 +25,9 @@ struct ReplayResult {
     std::string field_list;    // with its 'A'
     std::string rows;          // 'R' and a row, as often as there are rows
     size_t first_block_bytes;  // of `rows`, up to the end of the 2000th row
+    size_t parameter_bytes;    // that follow each request with parameters
+    size_t row_bytes;          // of each row, when a cursor is to be served; else 0
+    std::string large_value;   // the whole answer to a get lob
 };
 
 // What the client calculates with in an enciphered login: its cost goes by the exponent's length.
@@ -31,8 +35,9 @@ enum ReplayKey { REPLAY_EXPONENT_17_BITS, REPLAY_EXPONENT_256_BITS };
 
 // Starts the server. It accepts any login, plain or enciphered, answers a PREPARE with the field
 // list, the execution of a prepared name and any text that begins with "SELECT" with the result,
-// and anything else with 'K'. On an enciphered connection the result is enciphered before its first
-// byte is sent, so that it departs as fast as a plain one.
+// the opening of a cursor with the field list, each FETCH with the next 2000 rows, and anything else
+// with 'K', when the parameters have come. On an enciphered connection the result is enciphered
+// before its first byte is sent, so that it departs as fast as a plain one.
 Replay ReplayStart(const ReplayResult &result, ReplayKey key = REPLAY_EXPONENT_17_BITS);
 void ReplayStop(Replay *replay);
 

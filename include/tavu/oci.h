@@ -425,7 +425,9 @@ int32_t OCIStmtFetch2(OCIStmt *stmtp, OCIError *errhp, uint32_t nrows, uint16_t 
 
 /* Large values and pieces */
 
-/* Reads a large value out of its locator.
+/* Reads a large value out of its locator: the one that was written to it or bound with its last
+ * piece, or that the last fetch of a row has brought. A fetched value is there until the statement
+ * is executed, prepared or released anew, freed, or logged off; then the locator is empty.
  *   amtp    receives the bytes delivered; may be NULL
  *   offset  from 1; counts with `cbfp` only
  *   bufp    the application's buffer of `bufl` bytes
@@ -441,7 +443,8 @@ int32_t OCILobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, uint3
                    uint32_t offset, void *bufp, uint32_t bufl, void *ctxp, OCILobReadFunc cbfp,
                    uint16_t csid, uint8_t csfrm);
 
-/* Replaces a large value in its locator; the table learns of it at the next commit.
+/* Replaces a large value in its locator. The table learns of it at the next commit, if the locator
+ * belongs to a define of the statement that was allocated last: see OCITransCommit.
  *   amtp    bytes of the whole value without the zeros in front; receives the bytes taken
  *   offset  from 1: the value begins with `offset` - 1 zero bytes
  *   bufp    a piece of `buflen` bytes
@@ -540,7 +543,13 @@ int32_t OCIDateToText(OCIError *err, const OCIDate *date, const OCIText *fmt, ui
 int32_t OCITransStart(OCISvcCtx *svchp, OCIError *errhp, uint32_t timeout, uint32_t flags);
 
 /* Writes back large values and commits. `flags` is ignored. Returns as OCITransStart; a failed
- * write-back is not told. */
+ * write-back is not told.
+ * OCILobWrite marks the statement that was allocated last. When that is a select, all large values
+ * that it defines go into one UPDATE of the row that it fetched last, found by its rowid. Table and
+ * columns are named by the words behind "from" and in the select list, so the select must be of one
+ * table and of plain columns, and a large value its first define. The statement has to be prepared
+ * again afterwards: until then it is that UPDATE, which every later commit repeats without a row.
+ */
 int32_t OCITransCommit(OCISvcCtx *svchp, OCIError *errhp, uint32_t flags);
 
 /* Rolls back. `flags` is ignored. Returns as OCITransStart. */

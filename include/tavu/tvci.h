@@ -261,7 +261,10 @@ int32_t TVCIPrepare(TVCIStmt *stmt, const char *text, int32_t length);
 
 /* Runs the prepared text. Returns 0; -1 when nothing is prepared or the server refuses; -13, -17;
  * -4; -5; -24. At most 2000 rows are read before the call returns; the rest arrives in the
- * background. */
+ * background.
+ * A text that returns rows and was prepared with attribute 42 on is run through a server cursor,
+ * which is declared and opened here: the result is that of the opening. A cursor of the statement
+ * that is still open is closed first. */
 int32_t TVCIExecute(TVCIStmt *stmt);
 
 /* Runs a text without preparing it. Returns as TVCIExecute; -3 for a NULL text; -5 also for more
@@ -273,6 +276,26 @@ int32_t TVCIExecDirect(TVCIStmt *stmt, const char *text, int32_t length);
 ResultSet *TVCIExecuteResult(TVCIStmt *stmt);
 ResultSet *TVCIExecDirectResult(TVCIStmt *stmt, const char *text, int32_t length);
 void ResultClose(ResultSet *copy);
+
+/* Reads the view row by row. Columns count from 1; a row's values are read after a ResultNext that
+ * returned 1. A NULL, a value without such a form, and a column of no row read as NULL or 0.
+ *   ResultNext       1 when there is a row, 0 at the end. While rows still arrive it waits until
+ *                    100 more than are read are there
+ *   ResultGetString  the value as text, which the view keeps until the column is read again or the
+ *                    view is closed; NULL for a column out of range
+ *   ResultGetFloat   -1.0 for a column out of range
+ *   ResultGetInt     -1 for a column out of range */
+int32_t ResultNext(ResultSet *copy);
+const char *ResultGetString(ResultSet *copy, int32_t column);
+float ResultGetFloat(ResultSet *copy, int32_t column);
+int32_t ResultGetInt(ResultSet *copy, int32_t column);
+
+/* Runs a text once for every row of the arrays that TVCIBindParamArray bound. A row that an array
+ * does not have is a NULL there. At most 32767 rows fit the request. The text is for statements
+ * that return no rows: behind rows, the next request of the session waits for ever.
+ * Returns as TVCIExecDirect; 0 also for an answer that is not understood, behind which the next
+ * request waits for ever. */
+int32_t TVCIExecDirectBatch(TVCIStmt *stmt, const char *text, int32_t length);
 
 /* Goes on to the next result of a response. Returns 0, or -7 when there is none. */
 int32_t TVCINextResult(TVCIStmt *stmt);
@@ -300,6 +323,27 @@ int32_t TVCIBindParamByName(TVCIStmt *stmt, const char *name, int32_t kind, void
                             int32_t value_size, int32_t c_type, int32_t *return_code,
                             int32_t *return_length, int32_t sql_type);
 
+/* Binds an array to a parameter of TVCIExecDirectBatch. All parameters of a statement are input and
+ * have the same rows: the last call says how many.
+ *   param_count  all parameters of the text; makes them on a statement that is not prepared
+ *   kind         1
+ *   rows         elements of `value` and of `lengths`, at least 0
+ *   value        read at execute. CType 1 and 3 to 8: numbers; 10, 11 and 13: records; 2, 9, 12
+ *                and 14: pointers to text; 15: pointers to bytes; 40: pointers to large values. No
+ *                other form has arrays
+ *   lengths      bytes of each text or value, 0 for NULL; for the other forms only 0 or not. NULL:
+ *                no NULLs, texts end at their NUL, and each value has `value_size` bytes
+ * By name, the first parameter without a name takes it on a statement that is not prepared.
+ * Returns 0; -3; -8 for a position or a count that the statement does not have; -1 for a name or,
+ * by name, a count that it does not have, the name with "E19964"; -5. */
+int32_t TVCIBindParamArray(TVCIStmt *stmt, int32_t position, int32_t param_count, int32_t kind,
+                           int32_t rows, void *value, int32_t value_size, int32_t c_type,
+                           int32_t *return_code, int32_t *lengths, int32_t sql_type);
+int32_t TVCIBindParamArrayByName(TVCIStmt *stmt, const char *name, int32_t param_count,
+                                 int32_t kind, int32_t rows, void *value, int32_t value_size,
+                                 int32_t c_type, int32_t *return_code, int32_t *lengths,
+                                 int32_t sql_type);
+
 /* Says where a column (from 1) goes with each fetch. `return_code` receives 0, -1 NULL, -2 cut or
  * -3 no conversion; `return_length` the bytes, of a cut value those that were left over. Either
  * may be NULL. Returns 0, -3, or -5. */
@@ -313,7 +357,15 @@ int32_t TVCIParamGet(TVCIStmt *stmt, int32_t attribute, void **out, int32_t posi
 /* Rows */
 
 /* Fetches the next row into the defined columns. Returns 0; 100 at the end; -1 without rows to
- * fetch. */
+ * fetch.
+ * From a server cursor rows come in blocks of 2000, and each block takes the place of the one
+ * before. Column handles end with the first block, and without fetching ahead with each. A block
+ * that the server refuses or that a lost connection cuts off is the end (100); the reason lies on
+ * the statement or the session.
+ * Behind an empty first block, and without fetching ahead behind every end, a further call asks the
+ * cursor again. With fetch-ahead a second thread fetches the next block; the two look for each
+ * other once a second. Also -5: the first block of a cursor was not asked for and can be asked for
+ * again. */
 int32_t TVCIFetch(TVCIStmt *stmt);
 
 /* Converts a column (from 1) of the current row. Returns the status of the value: 0, -1 NULL, -2
@@ -323,15 +375,80 @@ int32_t TVCIGetData(TVCIStmt *stmt, int32_t column, int32_t type, void *buffer,
 
 /* Large values */
 
-/* A holder of one large value; NULL when memory is short. TVCILobFree: 0, or -3 for NULL. */
-LobRecord *TVCILobAlloc(void);
-int32_t TVCILobFree(LobRecord *lob);
+/* A holder keeps one large value: bytes of its own, bytes in the rows of a result, or the name of a
+ * value on the server. What a fetch or TVCIGetData puts into a holder lies in the rows: it is good
+ * until the statement's results are released (by its next execute or prepare, its close, or the
+ * next block of a cursor), and a holder that is used after that must be reset or written first.
+ * What the holder held before is not released: reset it before the next row when it has a value of
+ * its own or one that was fetched from the server. A holder is used by one thread at a time;
+ * different holders of one session may be used at once. */
 
-/* Gives length and bytes of the value, which stay the holder's. Returns 0 or -3. */
+/* Makes an empty holder; NULL when memory is short. */
+LobRecord *TVCILobAlloc(void);
+
+/* Release the value, TVCILobFree the holder too. The bytes of a copy that was made of a value in
+ * rows are not released. Return 0, or -3 for NULL. */
+int32_t TVCILobFree(LobRecord *lob);
+int32_t TVCILobReset(LobRecord *lob);
+
+/* Gives length and bytes of the value, which stay the holder's until it changes. A value that is on
+ * the server only is fetched whole first, over a second connection of its session, which is logged
+ * on when it is first needed; then the length is what the server announced, and the bytes are NULL
+ * when the fetch has failed. Of a value that came from a session with descriptors and has its bytes
+ * already, the first byte is passed over, but not of a geometry and not after TVCILobRead has
+ * fetched them. Either output may be NULL.
+ * Returns 0; -3 for a NULL holder or two NULL outputs. */
 int32_t TVCILobGet(LobRecord *lob, int32_t *length_out, void **data_out);
+
+/* Copies at most `amount` bytes from `offset` (from 0) into `buffer`, of which all `amount` bytes
+ * are zeroed before, and sets `*read_out`, which may be NULL, to the bytes copied. Fetches like
+ * TVCILobGet. A value on the server that has fewer bytes, or could not be fetched, gives none.
+ * Returns 0; -1 for an offset beyond a local value, with 0 bytes; -3 for a NULL holder, a NULL
+ * buffer or a negative offset. */
+int32_t TVCILobRead(LobRecord *lob, int32_t offset, int32_t amount, void *buffer,
+                    int32_t *read_out);
 
 /* Replaces the value by a copy. Returns 0; -3; -1 for 2146435072 bytes and more; -5. */
 int32_t TVCILobWrite(LobRecord *lob, int32_t length, const void *bytes);
+
+/* Makes `target` a holder of a copy of the value, or of its name, which outlives the rows. What
+ * `target` held is released. Returns 0, also when memory was short for the bytes, or -3 for NULL.
+ */
+int32_t TVCILobCopy(const LobRecord *source, LobRecord *target);
+
+/* Bulk load */
+
+/* Push the rows of a table to the server as one binary stream. `data` holds all values that are not
+ * NULL back to back in row order, in the form in which rows travel. `lengths` gives the bytes of
+ * each value, -1 for NULL: a pointer to `column_count` lengths for each row, or, in the forms that
+ * end in Flat, all of them in sequence. All are borrowed for the call. `table` is the name as the
+ * command is to bear it; a command is at most 255 bytes.
+ *   TVCIExecLoad    load_mode 1 append, 2 replace; the two PARALLEL numbers are passed on
+ *   TVCIExecImport  load_mode 0, 1 append, 2 replace; use_mode 1 or 2
+ * `reindex` other than 0 runs a REINDEX of the table behind the rows, but not in an import of
+ * use_mode 2. The call returns when the server has closed the stream, for which it looks once in a
+ * second.
+ * Returns 0; -1 for fewer than 1 row or column, a NULL table or lengths, a length below -1, a row
+ * of 2 GiB or more, a command that is too long, with nothing sent and no text; -1 for another mode,
+ * with "TVCIExecLoad load_mode not within the scope\r" or "TVCIExecLoad use_mode not within the
+ * scope\r" under an empty code on the statement; -1 for an error of the server, with its text. When
+ * the server refuses the command the connection is not to be used any more: the next request waits
+ * for ever. -4 without a connection or when it is lost ahead of the rows or at the REINDEX; -5 when
+ * memory is short: the rows before that were sent. */
+int32_t TVCIExecLoad(TVCIStmt *stmt, const void *data, const int32_t *const *lengths,
+                     int32_t row_count, int32_t column_count, const char *table,
+                     int32_t parallel_first, int32_t parallel_second, int32_t load_mode,
+                     uint8_t reindex);
+int32_t TVCIExecLoadFlat(TVCIStmt *stmt, const void *data, const int32_t *lengths,
+                         int32_t row_count, int32_t column_count, const char *table,
+                         int32_t parallel_first, int32_t parallel_second, int32_t load_mode,
+                         uint8_t reindex);
+int32_t TVCIExecImport(TVCIStmt *stmt, const void *data, const int32_t *const *lengths,
+                       int32_t row_count, int32_t column_count, const char *table,
+                       int32_t load_mode, uint32_t use_mode, uint8_t reindex);
+int32_t TVCIExecImportFlat(TVCIStmt *stmt, const void *data, const int32_t *lengths,
+                           int32_t row_count, int32_t column_count, const char *table,
+                           int32_t load_mode, uint32_t use_mode, uint8_t reindex);
 
 #ifdef __cplusplus
 }

@@ -88,6 +88,7 @@ static TVCISession *SessionCreate(TVCIServer *server) {
     session->server = server;
     ListInit(&session->stmts);
     MutexInit(&session->mutex);
+    SemaphoreInit(&session->lob_permit, 1);
     ConnAttrInit(&session->attr);
     session->from_pool = server->env->use_pool;
     if (server->has_control_file != 0) {
@@ -178,6 +179,7 @@ static void SessionFree(TVCISession *session) {
     ListRemove(&session->link);
     MutexUnlock(&session->server->mutex);
     MutexDestroy(&session->mutex);
+    SemaphoreDestroy(&session->lob_permit);
     ErrInfoFree(&session->error);
     ErrInfoFree(&session->retired);
     session->type = 0;

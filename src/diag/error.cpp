@@ -110,8 +110,8 @@ void ErrInfoRaiseText(void *handle, const char *code, const char *message) {
     ErrInfoAttach(handle, NewErrInfo(code, strlen(code), message));
 }
 
-static int32_t Replace(ErrInfo **slot, const char *code, size_t code_bytes, const char *message) {
-    ErrInfo *fresh = NewErrInfo(code, code_bytes, message);
+// Moves the code and message of `fresh` into `*slot`.
+static int32_t ReplaceWith(ErrInfo **slot, ErrInfo *fresh) {
     if (fresh == NULL) return -5;
     MutexLock(&error_lock);
     ErrInfo *existing = *slot;
@@ -128,6 +128,10 @@ static int32_t Replace(ErrInfo **slot, const char *code, size_t code_bytes, cons
         FreeChain(fresh);
     }
     return 0;
+}
+
+static int32_t Replace(ErrInfo **slot, const char *code, size_t code_bytes, const char *message) {
+    return ReplaceWith(slot, NewErrInfo(code, code_bytes, message));
 }
 
 int32_t ErrInfoFromServer(ErrInfo **slot, const char *text) {
@@ -162,7 +166,7 @@ bool ErrInfoCode(ErrInfo *const *slot, char code[7]) {
     return present;
 }
 
-void ErrInfoRaiseCopy(void *handle, ErrInfo *const *slot) {
+static ErrInfo *CopyOf(ErrInfo *const *slot) {
     const char *code = CANNOT_CONNECT_CODE;
     const char *message = CANNOT_CONNECT_TEXT;
     MutexLock(&error_lock);
@@ -172,7 +176,15 @@ void ErrInfoRaiseCopy(void *handle, ErrInfo *const *slot) {
     }
     ErrInfo *copy = NewErrInfo(code, strlen(code), message);
     MutexUnlock(&error_lock);
-    ErrInfoAttach(handle, copy);
+    return copy;
+}
+
+void ErrInfoRaiseCopy(void *handle, ErrInfo *const *slot) {
+    ErrInfoAttach(handle, CopyOf(slot));
+}
+
+int32_t ErrInfoReplaceCopy(ErrInfo **slot, ErrInfo *const *source) {
+    return ReplaceWith(slot, CopyOf(source));
 }
 
 void ErrInfoCopy(ErrInfo *const *slot, char *code, char *message, uint32_t message_max,

@@ -59,6 +59,10 @@ bool ErrInfoCode(ErrInfo *const *slot, char code[7]);
 // text when `*slot` holds none.
 void ErrInfoRaiseCopy(void *handle, ErrInfo *const *slot);
 
+// Fills `*slot`, which is made first if it is NULL, with the same copy of `*source`. Returns 0, or
+// -5.
+int32_t ErrInfoReplaceCopy(ErrInfo **slot, ErrInfo *const *source);
+
 // Copies 7 bytes of code and at most `message_max` bytes of message without terminator, and sets
 // `*length`. Writes nothing when there is no record. Every out pointer may be NULL.
 void ErrInfoCopy(ErrInfo *const *slot, char *code, char *message, uint32_t message_max,

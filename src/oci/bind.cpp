@@ -130,6 +130,12 @@ static void NativeForgetBind(const OCIStmt *stmtp, const void *buffer) {
     }
 }
 
+void StmtForgetBuffer(const OCIStmt *stmtp, const void *buffer) {
+    if (!IsValueBuffer(stmtp, buffer)) {
+        NativeForgetBind(stmtp, buffer);
+    }
+}
+
 // Lets the native layer forget the bind's buffer, and frees it unless a locator owns it. A locator
 // may serve several binds; the native layer keeps it until the last of them goes.
 static void DropBuffer(OCIBind *bind) {
@@ -139,9 +145,7 @@ static void DropBuffer(OCIBind *bind) {
     void *buffer = bind->value_buffer;
     if (buffer == NULL) return;
     bind->value_buffer = NULL;
-    if (!IsValueBuffer(bind->stmt, buffer)) {
-        NativeForgetBind(bind->stmt, buffer);
-    }
+    StmtForgetBuffer(bind->stmt, buffer);
     if (!IsLobType(bind->dty)) {
         MemFree(buffer);
     }

@@ -79,9 +79,19 @@ void DefineDropBuffer(OCIDefine *define) {
     define->is_native = 0;
 }
 
+// The parameters of a write-back stay bound to its locators.
+static void ForgetWritten(OCIDefine *define) {
+    const OCILobLocator *locator = (const OCILobLocator *)NameRecord(&define->written_name);
+    if (locator != NULL) {
+        StmtForgetBuffer(define->stmt, locator->native_lob);
+    }
+    NameClear(&define->written_name);
+}
+
 void OciDefinesFree(OCIStmt *stmtp) {
     for (int32_t i = 0; i < stmtp->define_count; i++) {
         DefineDropBuffer(stmtp->defines[i]);
+        ForgetWritten(stmtp->defines[i]);
         MemFree(stmtp->defines[i]);
     }
     MemFree(stmtp->defines);
@@ -124,6 +134,7 @@ static void FillDefine(OCIDefine *define, const DefineRequest *request, void *bu
     define->piece_done = request->mode != OCI_DYNAMIC_FETCH;
     if (IsLobType(request->dty)) {
         NameLocator(&define->locator_name, FirstLocator(request->valuep), define->stmt);
+        define->stmt->had_lobs = 1;
     }
 }
 

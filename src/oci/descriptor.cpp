@@ -44,6 +44,7 @@ int32_t OciDescriptorFree(void *descp, uint32_t type) {
     }
     TVCILobFree(locator->native_lob);
     LobStagingLose(locator);
+    NameClear(&locator->rows_of);
     RecordDetach(&locator->link);
     MemFree(locator);
     return OCI_SUCCESS;

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "oci/handles.h"
+#include "oci/lob.h"
 #include "oci/stmt.h"
 #include "tavu/tvci.h"
 
@@ -192,7 +193,7 @@ static int32_t FetchRows(OCIStmt *stmtp, OCIError *errhp, uint32_t nrows) {
     ErrorFromStmt(errhp, stmtp);
     int32_t rc = OCI_ERROR;
     for (uint32_t row = 0; row < nrows; row++) {
-        rc = TVCIFetch(stmtp->native_stmt);
+        rc = stmtp->had_lobs ? LobsFetch(stmtp) : TVCIFetch(stmtp->native_stmt);
         if (rc == TVCI_NO_DATA) return OCI_NO_DATA;
         stmtp->rows_fetched = row + 1;
         stmtp->rows_total++;

@@ -45,17 +45,17 @@ int32_t OciLobCreateTemporary(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *
 
 // The bytes of the value that the locator can be read for: those of its staging buffer, or those of
 // the holder while it still holds what the last callback read found.
-static uint32_t ReadableBytes(const OCILobLocator *locp) {
+static uint32_t ReadableBytes(OCILobLocator *locp) {
     if (locp->data == NULL) return 0;
     if (locp->staging) return locp->length;
-    const LobRecord *lob = locp->native_lob;
+    const LobRecord *lob = LobHolder(locp);
     if (lob->data == NULL || (int64_t)locp->length != lob->length) return 0;
     bool same = locp->data == lob->data || (lob->remote && locp->data == lob->data + 1);
     return same ? locp->length : 0;
 }
 
 // Without a callback only what the locator has at hand is delivered; the offset plays no part.
-static int32_t ReadAtHand(const OCILobLocator *locp, const ReadTarget *target) {
+static int32_t ReadAtHand(OCILobLocator *locp, const ReadTarget *target) {
     uint32_t bytes = ReadableBytes(locp);
     uint32_t amount = target->bufl >= bytes ? bytes : target->bufl;
     if (amount > 0) {
@@ -84,7 +84,7 @@ static int32_t ReadByCallback(OCILobLocator *locp, const ReadTarget *target, uin
     LobStagingLose(locp);
     int32_t length = 0;
     void *data = NULL;
-    TVCILobGet(locp->native_lob, &length, &data);
+    TVCILobGet(LobHolder(locp), &length, &data);
     locp->data = (uint8_t *)data;
     locp->length = length > 0 ? (uint32_t)length : 0;
     if (offset + target->bufl >= ReadableBytes(locp)) {
@@ -135,14 +135,7 @@ static LostBlock *StagingBlock(const OCILobLocator *locp) {
 
 void LobStagingLose(OCILobLocator *locp) {
     if (!locp->staging) return;
-    LostBlock *block = StagingBlock(locp);
-    OCIEnv *env = RecordEnv(&locp->link);
-    if (env != NULL) {
-        block->next = env->lost_blocks;
-        env->lost_blocks = block;
-    } else {
-        MemFree(block);
-    }
+    EnvKeepBlock(RecordEnv(&locp->link), StagingBlock(locp));
     locp->data = NULL;
     locp->staging = 0;
 }

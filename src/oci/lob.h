@@ -16,6 +16,15 @@ int32_t OciStmtGetPieceInfo(OCIStmt *stmtp, OCIError *errhp, void **hndlpp, uint
 int32_t OciStmtSetPieceInfo(void *hndlp, uint32_t type, OCIError *errhp, const void *bufp,
                             uint32_t *alenp, uint8_t piece, const void *indp, void *rcodep);
 
+// The locator's native LOB for reading. When the rows that it borrows from are gone, it is empty.
+LobRecord *LobHolder(OCILobLocator *locp);
+// TVCIFetch for a statement that has defined large values. The holders let go of what they owned
+// when a value comes in its place, and remember whose rows they borrow from.
+int32_t LobsFetch(OCIStmt *stmtp);
+// Copies, for the holders that the statement's parameters are bound to, what they borrow from its
+// own rows, which its next execution or prepare releases. False when memory is short.
+bool LobsKeepBound(OCIStmt *stmtp);
+
 // Takes the staging buffer of an unfinished write from the locator: no write reaches it any more,
 // and it goes with the environment. Nothing happens without one.
 void LobStagingLose(OCILobLocator *locp);

@@ -5,7 +5,7 @@
 #include "platform/lock.h"
 #include "platform/memory.h"
 
-// Guards `all_records` and every name.
+// Guards `all_records`, every name, and the lists of what environments keep.
 static Mutex links_lock = MUTEX_INITIALIZER;
 static ListLink all_records = {&all_records, &all_records};
 
@@ -100,6 +100,17 @@ void EnvNameStmt(OCIEnv *env, OCIStmt *stmtp) {
     if (svchp != NULL) {
         SetName(&svchp->stmt, &stmtp->link, NULL);
     }
+    MutexUnlock(&links_lock);
+}
+
+void EnvKeepBlock(OCIEnv *env, LostBlock *block) {
+    if (env == NULL) {
+        MemFree(block);
+        return;
+    }
+    MutexLock(&links_lock);
+    block->next = env->lost_blocks;
+    env->lost_blocks = block;
     MutexUnlock(&links_lock);
 }
 

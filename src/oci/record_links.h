@@ -37,6 +37,9 @@ inline OCIEnv *RecordEnv(const RecordLink *link) {
 }
 // Names the statement in the environment's service context, if there is one.
 void EnvNameStmt(OCIEnv *env, OCIStmt *stmtp);
+// Keeps a block that its owner loses sight of for the life of the environment; without one it is
+// freed.
+void EnvKeepBlock(OCIEnv *env, LostBlock *block);
 // Keeps a descriptor whose statement goes for the life of the environment; without one it is freed.
 void EnvKeepParam(OCIEnv *env, OCIParam *param);
 // The native handle under which the next session or statement is made; the dead handle when the

@@ -128,6 +128,9 @@ struct OCIStmt {
     uint8_t lob_dirty;
     void *usermem;
     LostBlock *spent_texts;  // owned; DDL texts that were run, which the application may still read
+    uint8_t had_lobs;        // a large value was defined: fetches keep the two fields below
+    const ResultSet *rows;   // where the newest row came from; compared, never read
+    uint32_t row_block;      // raised each time that changes
     RecordLink link;
 };
 
@@ -178,6 +181,7 @@ struct OCIDefine {
     uint8_t piece_done;
     OCIStmt *stmt;
     RecordName locator_name;  // of the locator whose native LOB `value_buffer` is
+    RecordName written_name;  // of the locator whose native LOB the last write-back bound
     uint8_t is_native;        // the native layer fills `value_buffer`
 };
 
@@ -188,5 +192,9 @@ struct OCILobLocator {
     uint32_t length;    // bytes of the whole value
     uint32_t position;  // read position, or bytes staged; stops at the largest that it holds
     uint8_t staging;    // `data` is the staging buffer of `length` bytes, behind a LostBlock; owned
+    RecordName rows_of;        // the statement in whose rows lies what the holder borrows
+    uint32_t rows_generation;  // its result_generation then
+    uint32_t rows_block;       // its row_block then
+    LobRecord replaced;        // what the holder owned, while a row is fetched into it
     RecordLink link;
 };

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "oci/handles.h"
+#include "oci/lob.h"
 #include "platform/memory.h"
 #include "tavu/tvci.h"
 
@@ -195,6 +196,7 @@ int32_t OciStmtExecute(OCISvcCtx *svchp, OCIStmt *stmtp, OCIError *errhp, uint32
     if (iters == 0 && needs_iters) {
         return ErrorFail(errhp, "iters must be greater than 0.", OCI_ERROR);
     }
+    if (!LobsKeepBound(stmtp)) return OCI_ERROR;
     int32_t result = OCI_SUCCESS;
     switch (stmtp->stmt_class) {
         case CLASS_DDL: return ExecuteDdl(stmtp);

@@ -49,5 +49,7 @@ void ParamsRelease(OCIStmt *stmtp);
 void DefineDropBuffer(OCIDefine *define);
 // The native statement; NULL while pending and when its session took it along.
 TVCIStmt *StmtNative(const OCIStmt *stmtp);
+// Lets the native layer forget a buffer that parameters are bound to, unless a bind has it.
+void StmtForgetBuffer(const OCIStmt *stmtp, const void *buffer);
 // Makes the statement forget a native LOB that is about to be freed.
 void StmtForgetLob(OCIStmt *stmtp, const LobRecord *lob);

@@ -17,6 +17,11 @@ void *MemRealloc(void *block, size_t bytes);
 // Releases a block of the functions above. NULL is ignored.
 void MemFree(void *block);
 
+// Tells the system that all bytes of a block will be written before long. Changes nothing but how
+// soon their memory is there: page by page it costs more than all else that is done to a large
+// block.
+void MemExpectFill(void *block, size_t bytes);
+
 // Returns an owned copy of `bytes` bytes with a NUL behind them, or NULL. `source` may be NULL when
 // `bytes` is 0.
 char *MemCopyBytes(const void *source, size_t bytes);

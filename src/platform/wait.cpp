@@ -12,7 +12,11 @@ static const char *const wait_name_table[] = {
     "rows ahead of the fetch",         // WAIT_ROWS_AHEAD
     "complete row count",              // WAIT_ROW_COUNT
     "fetch-ahead block",               // WAIT_AHEAD_RELEASE
+    "rows of the next block",          // WAIT_AHEAD_ROWS
+    "turn of the fetch-ahead reader",  // WAIT_AHEAD_TURN
     "idle pool connection",            // WAIT_POOL_PERMIT
+    "large value connection",          // WAIT_LOB_CONN
+    "bulk acknowledgement",            // WAIT_BULK_READER
 };
 static_assert(sizeof wait_name_table / sizeof wait_name_table[0] == WAIT_POINT_COUNT);
 

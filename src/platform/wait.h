@@ -21,7 +21,11 @@ enum WaitPoint {
     WAIT_ROWS_AHEAD,     // the row reader, to be 100 rows ahead of the fetch or finished
     WAIT_ROW_COUNT,      // the row reader, to be finished before the rows are counted
     WAIT_AHEAD_RELEASE,  // the fetch-ahead reader, before its result is released
+    WAIT_AHEAD_ROWS,     // the fetch-ahead reader's block, when the one before is used up
+    WAIT_AHEAD_TURN,     // of the fetch-ahead reader itself: the fetch, to take its block
     WAIT_POOL_PERMIT,    // an idle connection of the pool
+    WAIT_LOB_CONN,       // the connection for large values, while another thread makes it
+    WAIT_BULK_READER,    // the acknowledgement reader of a bulk load
     WAIT_POINT_COUNT
 };
 

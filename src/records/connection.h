@@ -1,6 +1,7 @@
 // The record of one TCP connection, and the login attributes that a session or a pool holds.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "platform/lock.h"
@@ -43,12 +44,12 @@ struct Connection {
     UnsentCopy *unsent_copies;            // owned; large writes that met a lost connection
     ErrInfo *last_error;                  // owned; the last failure of a login or of a bulk load
     uint32_t next_stmt_id;                // number of the next "ST%d"; never reset
-    uint8_t bulk_reader_running;          // the bulk load's acknowledgement thread runs
-    uint8_t bulk_error;                   // that thread saw a failure
-    uint8_t auto_reconnect;               // 0: a lost connection stays lost
-    uint8_t recv_buf[RECV_BUFFER_BYTES];  // still enciphered when the cipher is on
-    int32_t recv_fill;                    // valid bytes in recv_buf; 0: empty
-    int32_t recv_pos;                     // next unread byte: recv_pos <= recv_fill
+    std::atomic<uint8_t> bulk_reader_running;  // the bulk load's acknowledgement reader; 0: ended
+    uint8_t bulk_error;                        // it saw an error; read when it has ended
+    uint8_t auto_reconnect;                    // 0: a lost connection stays lost
+    uint8_t recv_buf[RECV_BUFFER_BYTES];       // still enciphered when the cipher is on
+    int32_t recv_fill;                         // valid bytes in recv_buf; 0: empty
+    int32_t recv_pos;                          // next unread byte: recv_pos <= recv_fill
 };
 
 // What a login sends about the session. All texts are NUL-terminated.

@@ -68,6 +68,7 @@ struct TVCISession {
     ErrInfo *error;        // owned; the current record, or NULL
     ErrInfo *retired;      // owned; records dropped by a reconnect
     Connection *lob_conn;  // owned; NULL until a large value is fetched
+    Semaphore lob_permit;  // one permit: to look for `lob_conn` and to make it
     char conn_user[128];
     char conn_password[128];
     void **owner_slot;

@@ -42,10 +42,16 @@ struct ArenaChunk {
     uint8_t *data;  // owned
 };
 
+// A block that goes with an arena and lies outside its chunks; the bytes are behind this record.
+struct KeptBlock {
+    KeptBlock *next;
+};
+
 // Memory of the rows of one result: released in one sweep.
 struct RowArena {
     ArenaChunk *first;
     ArenaChunk *current;
+    KeptBlock *kept;  // owned; touched by the thread that converts, not by the row reader
 };
 
 constexpr int32_t ROW_INDEX_SLOTS = 1024;

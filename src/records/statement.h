@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include "platform/list.h"
@@ -21,7 +22,7 @@ struct BindRecord {
     int32_t c_type;
     int32_t *return_code;    // borrowed, or NULL
     int32_t *return_length;  // borrowed, or NULL; for an array bind one element for each row
-    int32_t array_rows;
+    int32_t array_rows;      // elements at `value`; 0 for a bind of one value
 };
 
 // One parameter of a statement.
@@ -55,6 +56,24 @@ enum StmtState { STMT_TEXT_SET = 0, STMT_PREPARED = 1, STMT_SENT = 3 };
 
 constexpr int32_t PARAM_COUNT_MAX = 4000;
 
+// What a fetch-ahead reader may do.
+enum AheadState {
+    AHEAD_MAY_START = 0,     // fetch a block into `ahead_result`
+    AHEAD_FETCHING = 1,      // nothing, but for the one that has the turn: `ahead_result` is its
+    AHEAD_BLOCK_WAITS = 2,   // nothing: `ahead_result` holds a block
+    AHEAD_BLOCK_TAKEN = 3,   // empty `ahead_result`, the used block, and fetch the next into it
+    AHEAD_NO_MORE_ROWS = 7,  // end
+};
+
+// What a statement shares with the threads that fetch ahead for its cursors. The last of them frees
+// it: the reader of a cursor that was closed early sleeps at AHEAD_BLOCK_WAITS for good, unless a
+// later cursor of the same statement changes the state, and reads no other memory while it sleeps.
+struct AheadShare {
+    std::atomic<int32_t> state;    // AheadState; hands `ahead_result` over, with what it owns
+    std::atomic<int32_t> holders;  // the statement and each reader
+    TVCIStmt *stmt;                // borrowed; there while a reader has or may take the turn
+};
+
 struct TVCIStmt {
     uint32_t type;         // 5
     ListLink link;         // in TVCISession.stmts
@@ -79,10 +98,12 @@ struct TVCIStmt {
     int32_t bound_column_count;
     DefineRecord *bound_columns;  // owned
     ErrInfo *err;                 // owned; reached through diag/error.h only, a reader may write it
-    Mutex lock;  // guards the growth of the row index and the hand-over to a reader
-    uint32_t array_rows;
-    std::atomic<int32_t> ahead_state;
-    ResultSet *ahead_result;
+    Mutex lock;                   // guards the growth of the row index
+    uint32_t array_rows;          // rows of an array execution, as the last array bind said
+    uint8_t *row_buffer;  // owned; where an array execution gathers a row; NULL before the first
+    size_t row_buffer_bytes;       // that it holds
+    AheadShare *ahead;             // held; NULL until a cursor is first fetched with `fetch_ahead`
+    ResultSet *ahead_result;       // borrowed from `results`, or NULL; the block after `current`
     ColumnHandle *column_handles;  // owned; column_handle_count long, or NULL
     int32_t column_handle_count;
     uint32_t result_generation;  // raised each time the results and column handles are released

@@ -1,17 +1,17 @@
 // Executing a statement: a prepared one by its name, any other by its text.
+#include "stmt/execute.h"
+
 #include <cstdio>
 
 #include "platform/memory.h"
 #include "platform/wait.h"
 #include "records/handles.h"
+#include "stmt/cursor.h"
 #include "stmt/prepare.h"
 #include "stmt/response.h"
 #include "stmt/statement.h"
 #include "values/encode.h"
 #include "wire/connection.h"
-
-// Room for the text that runs a prepared statement: its name and three characters more.
-constexpr size_t RUN_TEXT_BYTES = sizeof(TVCIStmt::prepared_name) + 3;
 
 static void SendParams(Connection *conn, const TVCIStmt *stmt) {
     for (int32_t i = 0; i < stmt->param_count; i++) {
@@ -19,25 +19,45 @@ static void SendParams(Connection *conn, const TVCIStmt *stmt) {
     }
 }
 
-// Reads the response to a request that is out; the caller holds the permit. The permit is released
-// unless a row reader has taken it over.
-static int32_t ReadAnswer(TVCIStmt *stmt, Connection *conn, bool link_results) {
+void BeginAnswer(TVCIStmt *stmt) {
     stmt->state = STMT_SENT;
     stmt->response_done.store(0, std::memory_order_release);
     stmt->rows_complete.store(0, std::memory_order_release);
+}
+
+void TakeFirstResult(TVCIStmt *stmt, bool link_results) {
+    ResultSet *first = FirstResult(stmt);
+    if (first == NULL) return;
+    stmt->current = first;
+    if (link_results) {
+        first->next_result = FollowingResult(first);
+    }
+}
+
+int32_t ReadAnswer(TVCIStmt *stmt, Connection *conn, bool link_results) {
+    BeginAnswer(stmt);
     bool reader_started;
     const int32_t result = ReadResponse(stmt, &reader_started);
-    ResultSet *first = FirstResult(stmt);
-    if (first != NULL) {
-        stmt->current = first;
-        if (link_results) {
-            first->next_result = FollowingResult(first);
-        }
-    }
+    TakeFirstResult(stmt, link_results);
     if (!reader_started) {
         SemaphoreRelease(&conn->use_semaphore);
     }
     return result;
+}
+
+// Opens the cursor whose declaration is out. The result of the declaration is not looked at: what
+// became of it shows when the cursor is opened.
+static int32_t OpenCursor(TVCIStmt *stmt, Connection *conn) {
+    BeginAnswer(stmt);
+    bool reader_started;
+    ReadResponse(stmt, &reader_started);
+    if (reader_started) {
+        // The connection is a row reader's, who gives it back.
+        WaitSemaphore(&conn->use_semaphore, WAIT_CONN_PERMIT);
+    }
+    CursorSendOpen(stmt, conn);
+    stmt->cursor_open = 1;
+    return ReadAnswer(stmt, conn, false);
 }
 
 int32_t TVCIExecute(TVCIStmt *stmt) {
@@ -46,20 +66,21 @@ int32_t TVCIExecute(TVCIStmt *stmt) {
     ReleaseResults(stmt);
     Connection *conn = stmt->session->conn;
     if (conn == NULL) return TVCI_CONNECTION_LOST;
-    // A statement with a declared cursor runs like any other: its rows come in this response, and
-    // no cursor is opened for the fetch to pull from.
-    char text[RUN_TEXT_BYTES];
-    snprintf(text, sizeof(text), "? %s ", stmt->prepared_name);
+    char text[CURSOR_COMMAND_BYTES];
+    if (!stmt->cursor_declared) {
+        snprintf(text, sizeof(text), "? %s ", stmt->prepared_name);
+    } else if (!CursorDeclare(stmt, text)) {
+        return TVCI_NO_MEMORY;
+    }
     WaitSemaphore(&conn->use_semaphore, WAIT_CONN_PERMIT);
     // A broken socket shows at the first letter of the answer.
     ConnSendCommandArgs(conn, text, stmt->param_count);
     SendParams(conn, stmt);
     ConnFlush(conn);
-    return ReadAnswer(stmt, conn, false);
+    return stmt->cursor_declared ? OpenCursor(stmt, conn) : ReadAnswer(stmt, conn, false);
 }
 
-// Ends a direct execution whose request did not get out.
-static int32_t EndUnsent(TVCIStmt *stmt, Connection *conn) {
+int32_t EndUnsent(TVCIStmt *stmt, Connection *conn) {
     const int32_t result = ReplaceConnection(stmt, &conn);
     stmt->response_done.store(1, std::memory_order_release);
     SemaphoreRelease(&conn->use_semaphore);

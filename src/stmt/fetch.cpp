@@ -1,13 +1,9 @@
 // Fetching: one row at a time from the current result into the defined columns.
 #include "platform/wait.h"
+#include "stmt/cursor.h"
 #include "stmt/rows.h"
 #include "stmt/statement.h"
 #include "values/decode.h"
-
-static int32_t EndOfRows(ResultSet *result) {
-    result->current_row = NULL;
-    return TVCI_NO_DATA;
-}
 
 // Waits until the row at `position` is at a safe distance from the row reader, or the reader is
 // through.
@@ -32,10 +28,15 @@ int32_t TVCIFetch(TVCIStmt *stmt) {
     ResultSet *result = stmt->current;
     if (result == NULL || result->kind != RESULT_ROWS) return TVCI_ERROR;
     const int64_t row_count = result->store.row_count.load(std::memory_order_acquire);
-    const int32_t position = result->position;
-    // All rows of the result have been handed out. No other block follows: the store is filled by
-    // one response. Positions end where their width does.
-    if (row_count == 0 || position == row_count || position == INT32_MAX) return EndOfRows(result);
+    int32_t position = result->position;
+    if (row_count == 0 || position == row_count) {
+        const int32_t status = CursorNextBlock(stmt);
+        if (status != TVCI_SUCCESS) return status;
+        result = stmt->current;
+        position = result->position;
+    }
+    // Positions end where their width does.
+    if (position == INT32_MAX) return EndOfRows(result);
     WaitRowsAhead(stmt, result, position);
 
     RowImage **slot = NextSlot(stmt, result, position);

@@ -71,7 +71,7 @@ static int32_t GrowFields(FieldDesc **fields, int32_t *room, int32_t count) {
 
 // Reads `count` descriptions into a new array. The announced count is no reason to ask for memory:
 // the room grows with what has arrived.
-static int32_t ReadFields(Connection *conn, int32_t count, FieldDesc **fields_out) {
+static int32_t ReadDescriptions(Connection *conn, int32_t count, FieldDesc **fields_out) {
     int32_t room = count < FIRST_FIELDS_MAX ? count : FIRST_FIELDS_MAX;
     FieldDesc *fields = (FieldDesc *)MemAlloc((size_t)room * sizeof(FieldDesc));
     if (fields == NULL) return TVCI_NO_MEMORY;
@@ -92,6 +92,17 @@ static int32_t ReadFields(Connection *conn, int32_t count, FieldDesc **fields_ou
     return TVCI_SUCCESS;
 }
 
+int32_t ReadFields(Connection *conn, int32_t *count, FieldDesc **fields) {
+    *count = 0;
+    *fields = NULL;
+    if (!ReadWord(conn, count)) return TVCI_CONNECTION_LOST;
+    if (*count < 0) {
+        *count = 0;
+        return TVCI_NO_MEMORY;
+    }
+    return ReadDescriptions(conn, *count, fields);
+}
+
 // Gives each column its place in a row and returns the size of the row.
 static int64_t LayOutRow(FieldDesc *fields, int32_t count) {
     int64_t offset = ((int64_t)count * 2 + 7) / 8;
@@ -109,11 +120,9 @@ int32_t ReadFieldList(ResultSet *result) {
     FreeResultSet(result);
     result->conn = conn;
     int32_t count;
-    if (!ReadWord(conn, &count)) return TVCI_CONNECTION_LOST;
-    if (count < 0) return TVCI_NO_MEMORY;
+    FieldDesc *fields;
+    const int32_t status = ReadFields(conn, &count, &fields);
     result->field_count = count;
-    FieldDesc *fields = NULL;
-    const int32_t status = ReadFields(conn, count, &fields);
     if (status != TVCI_SUCCESS) return status;
     const int64_t row_size = LayOutRow(fields, count);
     // A row costs a byte more than its size.

@@ -1,8 +1,9 @@
 // The column descriptors of a result.
+#include "stmt/param_get.h"
+
 #include <cstddef>
 
 #include "platform/memory.h"
-#include "records/statement.h"
 #include "tavu/tvci.h"
 
 constexpr int32_t COLUMN_POSITION_MAX = 4000;
@@ -16,6 +17,8 @@ static int32_t FieldCountMax(const TVCIStmt *stmt) {
     const ResultLink *link = stmt->results.next;
     for (; link != &stmt->results; link = link->next) {
         const ResultSet *result = (const ResultSet *)link;
+        // A reader may be filling it.
+        if (result == stmt->ahead_result) continue;
         if (result->fields != NULL && result->field_count > count_max) {
             count_max = result->field_count;
         }
@@ -29,6 +32,16 @@ static bool ColumnHandlesCreate(TVCIStmt *stmt) {
     if (stmt->column_handles == NULL) return false;
     stmt->column_handle_count = count;
     return true;
+}
+
+void ColumnHandlesMove(TVCIStmt *stmt, const ResultSet *result) {
+    // What a descriptor says of a column that the new block lacks.
+    static char no_name[] = "";
+    static FieldDesc no_field = {NULL, no_name, NULL, 0, 0, 0, 0, 0};
+    for (int32_t i = 0; i < stmt->column_handle_count; i++) {
+        const bool there = result->fields != NULL && i < result->field_count;
+        stmt->column_handles[i].field = there ? &result->fields[i] : &no_field;
+    }
 }
 
 int32_t TVCIParamGet(TVCIStmt *stmt, int32_t attribute, void **out, int32_t position) {

@@ -8,6 +8,7 @@
 #include "platform/memory.h"
 #include "platform/wait.h"
 #include "records/handles.h"
+#include "stmt/cursor.h"
 #include "stmt/letters.h"
 #include "stmt/response.h"
 #include "stmt/rows.h"
@@ -34,8 +35,7 @@ bool StmtSetText(TVCIStmt *stmt, const char *text, int32_t length) {
     return copy != NULL;
 }
 
-int32_t ReadParamDescs(TVCIStmt *stmt) {
-    Connection *conn = stmt->session->conn;
+int32_t ReadParamDescs(Connection *conn) {
     uint32_t count;
     if (!ConnReadInt32(conn, &count)) return TVCI_CONNECTION_LOST;
     if (count > INT32_MAX) return TVCI_NO_MEMORY;
@@ -77,7 +77,7 @@ static int32_t ReadPrepareAnswer(TVCIStmt *stmt, Connection **conn) {
                 }
                 break;
             }
-            case MSG_PARAMETER_DESCS: ReadParamDescs(stmt); break;
+            case MSG_PARAMETER_DESCS: ReadParamDescs(*conn); break;
             case MSG_END:
                 stmt->prepared = 1;
                 stmt->state = STMT_PREPARED;
@@ -151,20 +151,17 @@ void DeallocatePrepared(TVCIStmt *stmt) {
 }
 
 void CloseStatementServerState(TVCIStmt *stmt) {
-    Connection *conn = stmt->session->conn;
-    char command[NAME_COMMAND_BYTES] = {};
     if (stmt->use_server_cursor && stmt->cursor_open) {
-        snprintf(command, sizeof(command), "CLOSE `%s`;", stmt->cursor_name);
-        RunSimpleCommand(conn, command);
+        CursorClose(stmt);
         MemFree(stmt->cursor_name);
         stmt->cursor_name = NULL;
-        stmt->cursor_open = 0;
         stmt->cursor_declared = 0;
     }
     if (stmt->prepared) {
+        char command[NAME_COMMAND_BYTES];
         // Names stand in backticks here and bare in DeallocatePrepared; servers get both.
         snprintf(command, sizeof(command), "DEALLOCATE `%s`;", stmt->prepared_name);
-        RunSimpleCommand(conn, command);
+        RunSimpleCommand(stmt->session->conn, command);
         stmt->prepared = 0;
         memset(stmt->prepared_name, 0, sizeof(stmt->prepared_name));
     }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "records/connection.h"
 #include "records/statement.h"
 
 // The longest statement text, so that a command built around it keeps a length that the wire can
@@ -25,7 +26,7 @@ bool ParamScan(TVCIStmt *stmt);
 bool ParamsForDirect(TVCIStmt *stmt);
 
 // Reads the parameter descriptions of the server and throws them away: 0, -4 or -5.
-int32_t ReadParamDescs(TVCIStmt *stmt);
+int32_t ReadParamDescs(Connection *conn);
 
 // Drops the results and the parameters, and the statement that the server keeps under its name.
 void DeallocatePrepared(TVCIStmt *stmt);

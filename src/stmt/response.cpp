@@ -7,7 +7,9 @@
 #include "platform/memory.h"
 #include "platform/wait.h"
 #include "records/handles.h"
+#include "stmt/fetch_ahead.h"
 #include "stmt/letters.h"
+#include "stmt/response_items.h"
 #include "stmt/rows.h"
 #include "tavu/tvci.h"
 #include "values/decode.h"
@@ -17,20 +19,8 @@
 
 // The result of a response in which a text was cut short.
 constexpr int32_t TEXT_CUT_SHORT = 1;
-// States of the fetch-ahead reader in which it leaves its result alone.
-constexpr int32_t AHEAD_BLOCK_WAITS = 2;
-constexpr int32_t AHEAD_NO_MORE_ROWS = 7;
 // Bytes that are thrown away pass through a buffer of this size.
 constexpr int32_t DISCARD_BYTES = 512;
-
-// One response while it is read.
-struct Response {
-    TVCIStmt *stmt;
-    Connection *conn;
-    int32_t error_result;  // of an error in front of the end; a special code stays for later errors
-    bool reader_started;   // a background reader has the rest
-    int32_t result;        // of the call, once an item says that nothing more is to be read
-};
 
 ResultSet *FollowingResult(ResultSet *result) {
     ResultLink *next = result->link.next;
@@ -59,9 +49,14 @@ static void DetachCopies(TVCIStmt *stmt) {
     }
 }
 
-static void WaitAheadReader(TVCIStmt *stmt) {
+// Waits until no reader has the turn or may take it: the result that they fill is left alone then.
+static void WaitAheadReader(const TVCIStmt *stmt) {
+    // Switched off in the middle of a cursor, fetching ahead is waited for only while there is a
+    // reader.
+    const bool is_on = stmt->fetch_ahead && stmt->use_server_cursor;
+    if (!is_on && stmt->ahead->holders.load(std::memory_order_acquire) == 1) return;
     for (;;) {
-        const int32_t state = stmt->ahead_state.load(std::memory_order_acquire);
+        const int32_t state = AheadStateOf(stmt);
         if (state == AHEAD_BLOCK_WAITS || state == AHEAD_NO_MORE_ROWS) return;
         WaitStep(WAIT_AHEAD_RELEASE);
     }
@@ -73,7 +68,7 @@ void ReleaseResults(TVCIStmt *stmt) {
     }
     DetachCopies(stmt);
     for (ResultSet *result = FirstResult(stmt); result != NULL; result = FollowingResult(result)) {
-        if (stmt->fetch_ahead && stmt->use_server_cursor && stmt->ahead_result == result) {
+        if (stmt->ahead_result == result) {
             WaitAheadReader(stmt);
             stmt->ahead_result = NULL;
         }
@@ -90,31 +85,34 @@ void ReleaseResults(TVCIStmt *stmt) {
     stmt->result_generation++;
 }
 
-static bool EndResponse(Response *response, int32_t result) {
+Response OpenResponse(TVCIStmt *stmt) {
+    return {stmt, stmt->session->conn, TVCI_ERROR, false, TVCI_SUCCESS};
+}
+
+bool EndResponse(Response *response, int32_t result) {
     response->result = result;
     return false;
 }
 
-static bool EndAtLastLetter(Response *response) {
+bool EndAtLastLetter(Response *response) {
     response->stmt->rows_complete.store(1, std::memory_order_release);
     response->stmt->response_done.store(1, std::memory_order_release);
     return EndResponse(response, TVCI_SUCCESS);
 }
 
-static bool EndWithoutMemory(Response *response) {
+bool EndWithoutMemory(Response *response) {
     response->stmt->response_done.store(1, std::memory_order_release);
     return EndResponse(response, TVCI_NO_MEMORY);
 }
 
-// The rest of such a response stays on the wire: nobody guesses where its next item begins.
-static bool EndAtUnknownLetter(Response *response) {
+bool EndAtUnknownLetter(Response *response) {
     response->stmt->response_done.store(1, std::memory_order_release);
     return EndResponse(response, TVCI_ERROR);
 }
 
 // An item was cut short. The release comes before the flag that it waits for, and nobody else sets
 // that flag: the caller stays here for good, and its connection with it.
-static bool EndCutShort(Response *response, int32_t result) {
+bool EndCutShort(Response *response, int32_t result) {
     ReleaseResults(response->stmt);
     response->stmt->response_done.store(1, std::memory_order_release);
     return EndResponse(response, result);
@@ -133,15 +131,13 @@ int32_t ReplaceConnection(TVCIStmt *stmt, Connection **conn) {
     return TVCI_RECONNECTED;
 }
 
-static bool EndConnectionLost(Response *response) {
+bool EndConnectionLost(Response *response) {
     const int32_t result = ReplaceConnection(response->stmt, &response->conn);
     response->stmt->response_done.store(1, std::memory_order_release);
     return EndResponse(response, result);
 }
 
-// Reads the letter behind an item. That of the end is used up, any other, or none if there is none
-// to be had, is left to the loop.
-static bool EndFollows(Response *response) {
+bool EndFollows(Response *response) {
     uint8_t letter = 0;
     ConnReadChar(response->conn, &letter);
     if (letter == MSG_END) return true;
@@ -176,7 +172,7 @@ static bool ReadRowsItem(Response *response) {
     return EndResponse(response, TVCI_SUCCESS);
 }
 
-static bool ReadAffectedItem(Response *response, int32_t kind) {
+bool ReadAffectedItem(Response *response, int32_t kind) {
     uint32_t rows;
     if (!ConnReadInt32(response->conn, &rows)) return EndCutShort(response, TVCI_CONNECTION_LOST);
     ResultSet *result = NewResultSet(response->stmt);
@@ -186,8 +182,7 @@ static bool ReadAffectedItem(Response *response, int32_t kind) {
     return GoOnUnlessEnd(response);
 }
 
-// Throws away `length` bytes that go through the cipher.
-static bool DiscardDeciphered(Connection *conn, int32_t length) {
+bool DiscardDeciphered(Connection *conn, int32_t length) {
     uint8_t bytes[DISCARD_BYTES];
     for (int32_t left = length; left > 0;) {
         const int32_t part = left < DISCARD_BYTES ? left : DISCARD_BYTES;
@@ -200,7 +195,7 @@ static bool DiscardDeciphered(Connection *conn, int32_t length) {
     return true;
 }
 
-static bool ReadInsertedItem(Response *response) {
+bool ReadInsertedItem(Response *response) {
     Connection *conn = response->conn;
     uint32_t bookmark_bytes;
     if (!ConnReadInt32(conn, &bookmark_bytes) ||
@@ -223,7 +218,7 @@ static bool ReadText(Response *response, bool *stored) {
     return true;
 }
 
-static bool ReadMessageItem(Response *response) {
+bool ReadMessageItem(Response *response) {
     bool stored;
     return ReadText(response, &stored);
 }
@@ -236,7 +231,7 @@ static int32_t ErrorResult(TVCIStmt *stmt, int32_t result) {
     return result;
 }
 
-static bool ReadErrorItem(Response *response) {
+bool ReadErrorItem(Response *response) {
     TVCIStmt *stmt = response->stmt;
     bool stored;
     if (!ReadText(response, &stored)) return false;
@@ -283,7 +278,7 @@ static bool ReadItem(Response *response, uint8_t letter) {
 }
 
 int32_t ReadResponse(TVCIStmt *stmt, bool *reader_started) {
-    Response response = {stmt, stmt->session->conn, TVCI_ERROR, false, TVCI_SUCCESS};
+    Response response = OpenResponse(stmt);
     uint8_t letter;
     bool goes_on = true;
     while (goes_on) {

@@ -21,7 +21,8 @@ int32_t ReadResponse(TVCIStmt *stmt, bool *reader_started);
 // Returns -24, or -4 when there is no connection.
 int32_t ReplaceConnection(TVCIStmt *stmt, Connection **conn);
 
-// Waits for the end of the response, then frees all results of the statement.
+// Waits for the end of the response, and for a reader that fetches ahead to leave its block alone,
+// then frees all results of the statement.
 void ReleaseResults(TVCIStmt *stmt);
 
 // The first result of the statement, or NULL.

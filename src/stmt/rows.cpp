@@ -11,16 +11,27 @@
 #include "values/types.h"
 #include "wire/read_window.h"
 
-ResultSet *NewResultSet(TVCIStmt *stmt) {
+ResultSet *ResultSetCreate(TVCIStmt *stmt) {
     ResultSet *result = (ResultSet *)MemAlloc(sizeof(ResultSet));
     if (result == NULL) return NULL;
     result->statement = stmt;
+    return result;
+}
+
+void ResultSetAppend(ResultSet *result) {
+    TVCIStmt *stmt = result->statement;
     ResultLink *tail = &stmt->results;
     while (tail->next != &stmt->results) {
         tail = tail->next;
     }
     result->link.next = &stmt->results;
     tail->next = &result->link;
+}
+
+ResultSet *NewResultSet(TVCIStmt *stmt) {
+    ResultSet *result = ResultSetCreate(stmt);
+    if (result == NULL) return NULL;
+    ResultSetAppend(result);
     return result;
 }
 
@@ -34,12 +45,10 @@ void FreeResultSet(ResultSet *result) {
     result->current_row = NULL;
 }
 
-// Keeps an error, a message or a warning that stands between rows; it does not end the stream.
-static int32_t ReadNotice(Connection *conn, TVCIStmt *stmt) {
+int32_t ReadNotice(Connection *conn, TVCIStmt *stmt) {
     char *text;
     const int32_t status = ConnReadString(conn, &text);
     if (status != TVCI_SUCCESS) return status;
-    // One that cannot be kept is lost; the rows behind it are read all the same.
     ErrInfoFromServer(&stmt->err, text);
     MemFree(text);
     return TVCI_SUCCESS;

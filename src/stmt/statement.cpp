@@ -6,6 +6,7 @@
 #include "platform/memory.h"
 #include "platform/wait.h"
 #include "records/handles.h"
+#include "stmt/fetch_ahead.h"
 #include "stmt/prepare.h"
 #include "stmt/response.h"
 #include "values/bind.h"
@@ -63,6 +64,7 @@ static void ReleaseHandle(TVCIStmt *stmt) {
     MutexUnlock(&session->mutex);
     MutexDestroy(&stmt->lock);
     MemFree(stmt->cursor_name);
+    AheadShareRelease(stmt->ahead);
     ForgetOwner(stmt->owner_slot);
     stmt->type = 0;
     MemFree(stmt);

@@ -46,6 +46,11 @@ void ArenaFree(RowArena *arena) {
         MemFree(chunk);
         chunk = next;
     }
+    while (arena->kept != NULL) {
+        KeptBlock *block = arena->kept;
+        arena->kept = block->next;
+        MemFree(block);
+    }
     MemFree(arena);
 }
 
@@ -93,4 +98,12 @@ void *ArenaAllocChunk(RowArena *arena, int32_t bytes) {
         return AllocFromNewChunk(arena, bytes);
     }
     return AllocOwnBuffer(arena, bytes);
+}
+
+void *ArenaKeep(RowArena *arena, size_t bytes) {
+    KeptBlock *block = (KeptBlock *)MemAllocRaw(sizeof(KeptBlock) + bytes);
+    if (block == NULL) return NULL;
+    block->next = arena->kept;
+    arena->kept = block;
+    return block + 1;
 }

@@ -33,3 +33,7 @@ inline void *ArenaAlloc(RowArena *arena, int32_t bytes) {
     chunk->free -= bytes + 1;
     return piece;
 }
+
+// Hands out `bytes` bytes that go with the arena and lie outside its chunks, not zeroed; NULL when
+// memory is short. For the thread that converts values, while a row reader may fill the chunks.
+void *ArenaKeep(RowArena *arena, size_t bytes);

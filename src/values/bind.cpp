@@ -7,8 +7,10 @@
 #include <cstddef>
 #include <cstring>
 
+#include "diag/error.h"
 #include "platform/memory.h"
 #include "tavu/tvci.h"
+#include "values/encode.h"
 
 static bool IsStmt(const TVCIStmt *stmt) {
     return stmt != NULL && stmt->type == TVCI_HTYPE_STMT;
@@ -47,6 +49,9 @@ void ParamsFree(TVCIStmt *stmt) {
     ParamArrayFree(stmt->params, stmt->param_count);
     stmt->params = NULL;
     stmt->param_count = 0;
+    MemFree(stmt->row_buffer);
+    stmt->row_buffer = NULL;
+    stmt->row_buffer_bytes = 0;
 }
 
 void DefinesFree(TVCIStmt *stmt) {
@@ -83,6 +88,7 @@ struct BindValue {
     int32_t *return_code;
     int32_t *return_length;
     int32_t sql_type;
+    int32_t array_rows;  // 0: one value
 };
 
 static int32_t CheckBind(const TVCIStmt *stmt, const BindValue *value) {
@@ -104,6 +110,7 @@ static BindRecord *BindCreate(TVCIStmt *stmt, const BindValue *value) {
     bind->c_type = value->c_type;
     bind->return_code = value->return_code;
     bind->return_length = value->return_length;
+    bind->array_rows = value->array_rows;
     return bind;
 }
 
@@ -146,7 +153,8 @@ static ParamRecord *ParamByName(TVCIStmt *stmt, const char *name) {
 int32_t TVCIBindParamByName(TVCIStmt *stmt, const char *name, int32_t kind, void *value,
                             int32_t value_size, int32_t c_type, int32_t *return_code,
                             int32_t *return_length, int32_t sql_type) {
-    const BindValue bound = {kind, value, value_size, c_type, return_code, return_length, sql_type};
+    const BindValue bound = {kind,        value,         value_size, c_type,
+                             return_code, return_length, sql_type,   0};
     const int32_t checked = CheckBind(stmt, &bound);
     if (checked != TVCI_SUCCESS) return checked;
     if (name == NULL) return TVCI_INVALID_ARGUMENT;
@@ -165,7 +173,8 @@ int32_t TVCIBindParamByName(TVCIStmt *stmt, const char *name, int32_t kind, void
 int32_t TVCIBindParam(TVCIStmt *stmt, int32_t position, int32_t kind, void *value,
                       int32_t value_size, int32_t c_type, int32_t *return_code,
                       int32_t *return_length, int32_t sql_type) {
-    const BindValue bound = {kind, value, value_size, c_type, return_code, return_length, sql_type};
+    const BindValue bound = {kind,        value,         value_size, c_type,
+                             return_code, return_length, sql_type,   0};
     const int32_t checked = CheckBind(stmt, &bound);
     if (checked != TVCI_SUCCESS) return checked;
     if (position < 1) return TVCI_INVALID_POSITION;
@@ -181,6 +190,89 @@ int32_t TVCIBindParam(TVCIStmt *stmt, int32_t position, int32_t kind, void *valu
         return TVCI_NO_MEMORY;
     }
     return BindAttach(param, bind, &bound);
+}
+
+// Array binds are input only.
+static int32_t CheckArrayBind(const TVCIStmt *stmt, const BindValue *value) {
+    const int32_t checked = CheckBind(stmt, value);
+    if (checked != TVCI_SUCCESS) return checked;
+    if (value->kind != PARAM_KIND_INPUT || value->array_rows < 0) return TVCI_INVALID_ARGUMENT;
+    return TVCI_SUCCESS;
+}
+
+// Sees to the parameters that array binds go to: a prepared statement has them, and any other gets
+// them all, unbound, with its first array bind.
+static int32_t ParamsForArray(TVCIStmt *stmt, int32_t param_count) {
+    if (stmt->prepared != 0) {
+        return param_count == stmt->param_count ? TVCI_SUCCESS : TVCI_INVALID_POSITION;
+    }
+    if (stmt->params != NULL || param_count < 1) return TVCI_SUCCESS;
+    stmt->params = (ParamRecord *)MemAlloc((size_t)param_count * sizeof(ParamRecord));
+    if (stmt->params == NULL) return TVCI_NO_MEMORY;
+    stmt->param_count = param_count;
+    return TVCI_SUCCESS;
+}
+
+static int32_t BindArray(TVCIStmt *stmt, int32_t index, const BindValue *value) {
+    BindRecord *bind = BindCreate(stmt, value);
+    if (bind == NULL) return TVCI_NO_MEMORY;
+    // An array of no rows has no element that could be read as a single value.
+    if (value->array_rows == 0) {
+        bind->value = NULL;
+    }
+    stmt->params[index].ordinal = index + 1;
+    stmt->array_rows = (uint32_t)value->array_rows;
+    return BindAttach(&stmt->params[index], bind, value);
+}
+
+int32_t TVCIBindParamArray(TVCIStmt *stmt, int32_t position, int32_t param_count, int32_t kind,
+                           int32_t rows, void *value, int32_t value_size, int32_t c_type,
+                           int32_t *return_code, int32_t *lengths, int32_t sql_type) {
+    const BindValue bound = {kind, value, value_size, c_type, return_code, lengths, sql_type, rows};
+    int32_t result = CheckArrayBind(stmt, &bound);
+    if (result != TVCI_SUCCESS) return result;
+    if (position < 1) return TVCI_INVALID_POSITION;
+    result = ParamsForArray(stmt, param_count);
+    if (result != TVCI_SUCCESS) return result;
+    if (stmt->params == NULL || position > stmt->param_count) return TVCI_INVALID_POSITION;
+    return BindArray(stmt, position - 1, &bound);
+}
+
+// The index of the parameter with this name. On a statement that is not prepared the first one
+// without a name is given it. `*index` is `param_count` when there is none.
+static int32_t FindArrayParam(TVCIStmt *stmt, const char *name, int32_t *index) {
+    for (*index = 0; stmt->params != NULL && *index < stmt->param_count; ++*index) {
+        ParamRecord *param = &stmt->params[*index];
+        if (param->name != NULL) {
+            if (strcmp(param->name, name) == 0) return TVCI_SUCCESS;
+        } else if (stmt->prepared == 0) {
+            param->name = MemCopyText(name);
+            return param->name == NULL ? TVCI_NO_MEMORY : TVCI_SUCCESS;
+        }
+    }
+    *index = stmt->param_count;
+    return TVCI_SUCCESS;
+}
+
+int32_t TVCIBindParamArrayByName(TVCIStmt *stmt, const char *name, int32_t param_count,
+                                 int32_t kind, int32_t rows, void *value, int32_t value_size,
+                                 int32_t c_type, int32_t *return_code, int32_t *lengths,
+                                 int32_t sql_type) {
+    const BindValue bound = {kind, value, value_size, c_type, return_code, lengths, sql_type, rows};
+    int32_t result = CheckArrayBind(stmt, &bound);
+    if (result != TVCI_SUCCESS) return result;
+    if (name == NULL) return TVCI_INVALID_ARGUMENT;
+    result = ParamsForArray(stmt, param_count);
+    if (result == TVCI_INVALID_POSITION) return TVCI_ERROR;
+    if (result != TVCI_SUCCESS) return result;
+    int32_t index;
+    result = FindArrayParam(stmt, name, &index);
+    if (result != TVCI_SUCCESS) return result;
+    if (index < stmt->param_count) return BindArray(stmt, index, &bound);
+    if (!ErrInfoPresent(&stmt->err)) {
+        ErrInfoReplace(&stmt->err, "E19964", " paramname bind  conflict with execute sql");
+    }
+    return TVCI_ERROR;
 }
 
 static DefineRecord *DefineOfColumn(TVCIStmt *stmt, int32_t column_index) {

@@ -84,3 +84,14 @@ inline void CopyBytes(void *buffer, const void *bytes, int32_t length) {
 inline void ZeroBytes(void *buffer, int32_t length) {
     if (length > 0) memset(buffer, 0, (size_t)length);
 }
+
+// A text that always gets its terminator; of a cut one, what did not fit is reported.
+inline Converted CopyTerminated(void *buffer, int32_t size, const void *text, int32_t text_bytes) {
+    ZeroBytes(buffer, size);
+    if (text_bytes < size) {
+        CopyBytes(buffer, text, text_bytes);
+        return Done(text_bytes);
+    }
+    CopyBytes(buffer, text, size - 1);
+    return Truncated(text_bytes - size + 1);
+}

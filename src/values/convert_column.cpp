@@ -1,27 +1,24 @@
 // Row values to a buffer that the application names with the column.
+#include <cstdlib>
+
 #include "values/calendar.h"
 #include "values/column_value.h"
 #include "values/decode.h"
 #include "values/interval.h"
+#include "values/lob_column.h"
 #include "values/numeric.h"
 #include "values/render.h"
+
+// Where the decimal size begins in a descriptor.
+constexpr int32_t DESCRIPTOR_SIZE_OFFSET = 14;
+// Stands for a length that is not told: its variable stays as it was.
+constexpr int32_t LENGTH_NOT_TOLD = INT32_MIN;
 
 // A buffer of the application.
 struct Target {
     void *buffer;
     int32_t size;  // bytes, not negative
 };
-
-// A rendered text always gets its terminator; of a cut one, what did not fit is reported.
-static Converted CopyRendered(const Target *target, const char *text, int32_t text_bytes) {
-    ZeroBytes(target->buffer, target->size);
-    if (text_bytes < target->size) {
-        CopyBytes(target->buffer, text, text_bytes);
-        return Done(text_bytes);
-    }
-    CopyBytes(target->buffer, text, target->size - 1);
-    return Truncated(text_bytes - target->size + 1);
-}
 
 // Text as it stands in the row may fill the buffer; a cut one reports its whole length.
 static Converted CopyRaw(const Target *target, const ColumnValue *value) {
@@ -37,7 +34,8 @@ static Converted ColumnText(const Target *target, const ColumnValue *value) {
     }
     char text[RENDER_BYTES];
     const int32_t text_bytes = RenderValue(value, RENDER_FOR_COLUMN, text);
-    return text_bytes == 0 ? NoConversion() : CopyRendered(target, text, text_bytes);
+    return text_bytes == 0 ? NoConversion()
+                           : CopyTerminated(target->buffer, target->size, text, text_bytes);
 }
 
 static Converted ColumnNumeric(const Target *target, const ColumnValue *value) {
@@ -66,7 +64,47 @@ static bool ColumnDateTime(const ColumnValue *value, void *buffer) {
     return true;
 }
 
-static Converted ConvertForColumn(int32_t c_type, const Target *target, const ColumnValue *value) {
+// The size of a value on the server, which stands in its descriptor behind the identity and a
+// separator.
+static int32_t DescriptorSize(const ColumnValue *value) {
+    if (value->length <= DESCRIPTOR_SIZE_OFFSET) return 0;
+    return (int32_t)strtoll((const char *)value->bytes + DESCRIPTOR_SIZE_OFFSET, NULL, 10);
+}
+
+// What is told as the length of a large value. Of text it is told only where the bytes are all the
+// value there is.
+static int32_t LobLength(LobContent content, const ColumnValue *value) {
+    switch (content) {
+        case LOB_CONTENT_TAGGED:
+            return value->type == TYPE_BLOB ? value->length - 1 : LENGTH_NOT_TOLD;
+        case LOB_CONTENT_DESCRIPTOR:
+            return value->type == TYPE_BLOB ? DescriptorSize(value) : LENGTH_NOT_TOLD;
+        default: return value->length;
+    }
+}
+
+// Whole and decoded values can be read once: the column is a NULL afterwards. What the row keeps,
+// the record must not free.
+static Converted ColumnLob(ResultSet *result, int32_t column, const Target *target,
+                           const ColumnValue *value) {
+    LobRecord lob = LoadAs<LobRecord>(target->buffer);
+    const LobContent content = FillLob(result, value, &lob);
+    if (content == LOB_CONTENT_NONE) return NoConversion();
+    const bool row_keeps = content == LOB_CONTENT_TAGGED || content == LOB_CONTENT_DESCRIPTOR;
+    if (!row_keeps) {
+        RowSetNull(result->current_row, column);
+    }
+    if (result->arena != NULL || row_keeps) {
+        lob.borrowed = 1;
+    } else if (content == LOB_CONTENT_WHOLE) {
+        RowClearExternal(result->current_row, column);
+    }
+    Store(target->buffer, lob);
+    return Done(LobLength(content, value));
+}
+
+static Converted ConvertForColumn(ResultSet *result, int32_t c_type, int32_t column,
+                                  const Target *target, const ColumnValue *value) {
     void *buffer = target->buffer;
     switch (c_type) {
         case TVCI_C_BOOL: return DoneIf(ToBool(value, buffer), sizeof(uint8_t));
@@ -88,6 +126,7 @@ static Converted ConvertForColumn(int32_t c_type, const Target *target, const Co
         case TVCI_C_INTERVAL: return DoneIf(ToInterval(value, buffer), sizeof(IntervalRec));
         case TVCI_C_INTERVAL_YM: return DoneIf(ToIntervalYm(value, buffer), sizeof(IntervalYmRec));
         case TVCI_C_INTERVAL_DS: return DoneIf(ToIntervalDs(value, buffer), sizeof(IntervalDsRec));
+        case TVCI_C_LOB: return ColumnLob(result, column, target, value);
         default: return NoConversion();
     }
 }
@@ -98,8 +137,10 @@ int32_t ConvertColumn(ResultSet *result, int32_t c_type, int32_t column, void *b
     Converted converted = {ColumnValueFind(result, column, &value), 0};
     if (converted.status == TVCI_VALUE_DONE) {
         const Target target = {buffer, std::max(buffer_size, 0)};
-        converted = ConvertForColumn(c_type, &target, &value);
+        converted = ConvertForColumn(result, c_type, column, &target, &value);
     }
-    if (out_length != NULL) *out_length = converted.length;
+    if (out_length != NULL && converted.length != LENGTH_NOT_TOLD) {
+        *out_length = converted.length;
+    }
     return converted.status;
 }

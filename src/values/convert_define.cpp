@@ -1,11 +1,10 @@
 // Row values to the buffers of defined columns: runs for every defined column of every fetched row.
-#include "records/handles.h"
-#include "records/values.h"
 #include "values/calendar.h"
 #include "values/column_value.h"
 #include "values/datetime.h"
 #include "values/decode.h"
 #include "values/interval.h"
+#include "values/lob_column.h"
 #include "values/numeric.h"
 #include "values/render.h"
 
@@ -26,9 +25,8 @@ static inline Converted CopyValue(const DefineRecord *define, const void *bytes,
 
 // Whether a large value begins with the letter that tells content from a descriptor.
 static bool HasLobTag(const ResultSet *result, const ColumnValue *value) {
-    const TVCIStmt *stmt = result->statement;
-    if (stmt == NULL || stmt->session == NULL || stmt->session->attr.lob_ret == 0) return false;
-    return value->length > 0 && (value->bytes[0] == 'c' || value->bytes[0] == 'b');
+    if (!HasDescriptors(result) || value->length < 1) return false;
+    return value->bytes[0] == LOB_TAG_CLOB || value->bytes[0] == LOB_TAG_BLOB;
 }
 
 // A large value as text, without its tag. One byte of the buffer is always left free.
@@ -88,8 +86,43 @@ static bool DefineIntervalYm(const ColumnValue *value, void *buffer) {
     return true;
 }
 
+// Gives the stored bytes to the record. The column reads as NULL from now on, and the row frees
+// nothing of it; a tag moves out, so that the content lies where the block begins.
+static void HandOver(ResultSet *result, int32_t column, LobContent content,
+                     const ColumnValue *value, LobRecord *lob) {
+    if (content == LOB_CONTENT_TAGGED) {
+        memmove(value->bytes, value->bytes + 1, (size_t)value->length);
+        lob->data = value->bytes;
+    }
+    RowSetNull(result->current_row, column);
+    if (content != LOB_CONTENT_HEX) {
+        RowClearExternal(result->current_row, column);
+    }
+}
+
+// Bytes in an arena are lent; the bytes of a row without one become the record's own.
+static Converted DefineLob(ResultSet *result, const DefineRecord *define,
+                           const ColumnValue *value) {
+    LobRecord lob = LoadAs<LobRecord>(define->buffer);
+    const LobContent content = FillLob(result, value, &lob);
+    if (content == LOB_CONTENT_NONE) return NoConversion();
+    lob.borrowed = result->arena != NULL;
+    if (!lob.borrowed) {
+        HandOver(result, define->column, content, value, &lob);
+    }
+    Store(define->buffer, lob);
+    return Done(sizeof(LobRecord));
+}
+
+// A NULL has no bytes; what else the record holds stays there.
+static void ClearLobLength(const DefineRecord *define) {
+    LobRecord lob = LoadAs<LobRecord>(define->buffer);
+    lob.length = 0;
+    Store(define->buffer, lob);
+}
+
 // The usual pairs, a column read in its own form, are answered here; the rest by calls.
-static inline Converted ConvertForDefine(const ResultSet *result, const DefineRecord *define,
+static inline Converted ConvertForDefine(ResultSet *result, const DefineRecord *define,
                                          const ColumnValue *value) {
     void *buffer = define->buffer;
     switch (define->c_type) {
@@ -131,6 +164,7 @@ static inline Converted ConvertForDefine(const ResultSet *result, const DefineRe
         case TVCI_C_INTERVAL_YM:
             return DoneIf(DefineIntervalYm(value, buffer), sizeof(IntervalYmRec));
         case TVCI_C_INTERVAL_DS: return DoneIf(ToIntervalDs(value, buffer), sizeof(IntervalDsRec));
+        case TVCI_C_LOB: return DefineLob(result, define, value);
         default: return NoConversion();
     }
 }
@@ -141,7 +175,7 @@ void ConvertColumnToDefine(ResultSet *result, const DefineRecord *define) {
     if (converted.status == TVCI_VALUE_DONE) {
         converted = ConvertForDefine(result, define, &value);
     } else if (converted.status == TVCI_VALUE_NULL && define->c_type == TVCI_C_LOB) {
-        ((LobRecord *)define->buffer)->length = 0;
+        ClearLobLength(define);
     }
     if (define->return_code != NULL) *define->return_code = converted.status;
     if (define->return_length != NULL) *define->return_length = converted.length;

@@ -8,6 +8,7 @@
 #include "platform/memory.h"
 #include "records/values.h"
 #include "tavu/tvci.h"
+#include "values/numeric.h"
 #include "values/types.h"
 #include "wire/connection.h"
 
@@ -61,6 +62,7 @@ static int32_t LobBytes(const BindRecord *bind) {
 // The length of the value; below 1 it is sent as a NULL.
 static int32_t ValueLength(const BindRecord *bind) {
     if (bind->value == NULL) return 0;
+    if (bind->array_rows > 0 && ElementsArePointers(bind->c_type)) return 0;
     const bool counted = bind->return_length != NULL;
     switch (bind->c_type) {
         case TVCI_C_CHAR:
@@ -143,17 +145,6 @@ static void SendLargeValue(Connection *conn, int32_t type, const BindRecord *bin
         return;
     }
     SendBytes(conn, type, ValueAs<LobRecord>(bind).data, length);
-}
-
-// What a conversion instruction of the processor gives for a number that does not fit, and for one
-// that is none: the lowest integer.
-static int32_t CutToInt32(double real) {
-    return real > -2147483649.0 && real < 2147483648.0 ? (int32_t)real : INT32_MIN;
-}
-
-static int64_t CutToInt64(double real) {
-    return real >= -9223372036854775808.0 && real < 9223372036854775808.0 ? (int64_t)real
-                                                                          : INT64_MIN;
 }
 
 static bool IsInteger(int32_t c_type) {
@@ -497,12 +488,16 @@ static void SendValue(Connection *conn, const BindRecord *bind, int32_t sql_type
     }
 }
 
-void ParamSend(Connection *conn, const ParamRecord *param) {
-    if (param->bound == 0) return;
+void ParamSendName(Connection *conn, const ParamRecord *param) {
     const size_t name_bytes =
         param->name == NULL ? 0 : std::min(strlen(param->name), NAME_BYTES_MAX);
     ConnWriteInt16(conn, (uint16_t)name_bytes);
-    if (name_bytes > 0) ConnWrite(conn, param->name, (int32_t)name_bytes);
+    ConnWrite(conn, param->name, (int32_t)name_bytes);
+}
+
+void ParamSend(Connection *conn, const ParamRecord *param) {
+    if (param->bound == 0) return;
+    ParamSendName(conn, param);
     ConnWriteInt16(conn, (uint16_t)param->kind);
     const int32_t length = ValueLength(param->bind);
     if (param->kind == PARAM_KIND_OUTPUT || length < 1) {

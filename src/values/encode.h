@@ -43,12 +43,25 @@ enum SqlType {
     SQL_RASTER = 45,  // the last of them
 };
 
-// The direction of a parameter that takes a value back.
+// The directions of parameters: one that carries a value, and one that takes a value back.
+constexpr int32_t PARAM_KIND_INPUT = 1;
 constexpr int32_t PARAM_KIND_OUTPUT = 2;
 
 // Writes one parameter; does not flush. An unbound one writes nothing. A pair of codes that has no
-// form on the wire writes name and direction alone.
+// form on the wire writes name and direction alone; an array of pointers is a NULL.
 void ParamSend(Connection *conn, const ParamRecord *param);
+
+// Writes the counted name in front of a parameter's frame; 0 alone for one without a name.
+void ParamSendName(Connection *conn, const ParamRecord *param);
+
+// Whether the elements of an array in this form are pointers to their values.
+bool ElementsArePointers(int32_t c_type);
+
+// Writes the rows of an array execution: `array_rows` of them, each with the bound parameters in
+// order; does not flush. An element that an array does not have is a NULL. Ends before the rows do
+// when memory for a row is short, and in the middle of the first row at a form that has no
+// elements, which the debug output tells.
+void ParamSendRows(Connection *conn, TVCIStmt *stmt);
 
 // Upper-case hexadecimal text of the bytes, to be freed; NULL for a NULL pointer, no bytes or no
 // memory.

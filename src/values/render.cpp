@@ -38,26 +38,32 @@ void DoubleToText(char *text, double value) {
     snprintf(text, DOUBLE_TEXT_BYTES, "%.*lf", decimals, value);
 }
 
-static int32_t RenderDouble(double value, char *text) {
+static int32_t RenderDouble(double value, RenderForm form, char *text) {
+    if (form == RENDER_FOR_OUT_PARAMETER) {
+        return KeptBytes(snprintf(text, RENDER_BYTES, "%g", value));
+    }
     char whole[DOUBLE_TEXT_BYTES];
     DoubleToText(whole, value);
     return CopyText(whole, strlen(whole), text);
 }
 
+// The texts of DATE and TIME without leading zeros.
+static bool IsUnpadded(RenderForm form) {
+    return form == RENDER_FOR_DEFINE || form == RENDER_FOR_OUT_PARAMETER;
+}
+
 static int32_t RenderDate(int32_t days, RenderForm form, char *text) {
     DateRec date;
     SplitDate(days, &date);
-    return KeptBytes(snprintf(text, RENDER_BYTES,
-                              form == RENDER_FOR_DEFINE ? "%d-%d-%d" : "%04d-%02d-%02d", date.year,
-                              date.month, date.day));
+    return KeptBytes(snprintf(text, RENDER_BYTES, IsUnpadded(form) ? "%d-%d-%d" : "%04d-%02d-%02d",
+                              date.year, date.month, date.day));
 }
 
 static int32_t RenderTime(int32_t milliseconds, RenderForm form, char *text) {
     TimeRec time;
     SplitTime(milliseconds, &time);
-    return KeptBytes(snprintf(text, RENDER_BYTES,
-                              form == RENDER_FOR_DEFINE ? "%d:%d:%d" : "%02d:%02d:%02d", time.hour,
-                              time.minute, time.second));
+    return KeptBytes(snprintf(text, RENDER_BYTES, IsUnpadded(form) ? "%d:%d:%d" : "%02d:%02d:%02d",
+                              time.hour, time.minute, time.second));
 }
 
 // The zone's whole hours only; half an hour of zone is not shown.
@@ -69,26 +75,36 @@ static int32_t RenderTimeTz(const ColumnValue *value, RenderForm form, char *tex
         time.hour, time.minute, time.second, time.tz_hour));
 }
 
-static int32_t RenderDateTime(int64_t milliseconds, RenderForm form, char *text) {
+static int32_t RenderDateTime(int64_t count, RenderForm form, char *text) {
     DateTimeRec date;
-    SplitDateTimeMillis(milliseconds, &date);
-    if (form == RENDER_FOR_COLUMN) {
-        return KeptBytes(snprintf(text, RENDER_BYTES, "%04d-%02d-%02d %02d:%02d:%02d", date.year,
+    if (form == RENDER_FOR_OUT_PARAMETER) {
+        SplitDateTimeMicros(count, &date);
+        return KeptBytes(snprintf(text, RENDER_BYTES, "%d-%02d-%02d %02d:%02d:%02d", date.year,
                                   date.month, date.day, date.hour, date.minute, date.second));
     }
-    return KeptBytes(snprintf(text, RENDER_BYTES, "%d-%02d-%02d %02d:%02d:%02d.%03d", date.year,
-                              date.month, date.day, date.hour, date.minute, date.second,
-                              date.fraction));
+    SplitDateTimeMillis(count, &date);
+    if (form == RENDER_FOR_DEFINE) {
+        return KeptBytes(snprintf(text, RENDER_BYTES, "%d-%02d-%02d %02d:%02d:%02d.%03d", date.year,
+                                  date.month, date.day, date.hour, date.minute, date.second,
+                                  date.fraction));
+    }
+    return KeptBytes(snprintf(text, RENDER_BYTES, "%04d-%02d-%02d %02d:%02d:%02d", date.year,
+                              date.month, date.day, date.hour, date.minute, date.second));
+}
+
+static const char *DateTimeTzFormat(RenderForm form) {
+    switch (form) {
+        case RENDER_FOR_DEFINE: return "%d-%02d-%02d %02d:%02d:%02d %+02d:00";
+        case RENDER_FOR_COLUMN: return "%d-%02d-%02d %02d:%02d:%02d%+d";
+        default: return "%04d-%02d-%02d %02d:%02d:%02d%+d";
+    }
 }
 
 static int32_t RenderDateTimeTz(const ColumnValue *value, RenderForm form, char *text) {
     DateTimeTzRec date;
     ReadDateTimeTz(value, &date);
-    return KeptBytes(snprintf(text, RENDER_BYTES,
-                              form == RENDER_FOR_DEFINE ? "%d-%02d-%02d %02d:%02d:%02d %+02d:00"
-                                                        : "%d-%02d-%02d %02d:%02d:%02d%+d",
-                              date.year, date.month, date.day, date.hour, date.minute, date.second,
-                              date.tz_hour));
+    return KeptBytes(snprintf(text, RENDER_BYTES, DateTimeTzFormat(form), date.year, date.month,
+                              date.day, date.hour, date.minute, date.second, date.tz_hour));
 }
 
 // The intervals of more than one unit that are counted in months, hours and minutes.
@@ -118,15 +134,18 @@ static int32_t RenderInterval(int32_t type, int32_t count, char *text) {
     return KeptBytes(printed);
 }
 
-// The intervals that are counted in microseconds. A fraction of a second is not shown.
-static int32_t RenderSecondInterval(int32_t type, int64_t count, char *text) {
+// The intervals that are counted in microseconds. A fraction of a second is not shown, and the hour
+// behind days is padded in an output parameter only.
+static int32_t RenderSecondInterval(int32_t type, int64_t count, RenderForm form, char *text) {
     IntervalDsRec days;
     int printed = 0;
     switch (type) {
         case TYPE_INTERVAL_DAY_SECOND:
             SplitDaySecond(count, &days);
-            printed = snprintf(text, RENDER_BYTES, "%d %d:%02d:%02d", days.day, days.hour,
-                               days.minute, days.second);
+            printed =
+                snprintf(text, RENDER_BYTES,
+                         form == RENDER_FOR_OUT_PARAMETER ? "%d %02d:%02d:%02d" : "%d %d:%02d:%02d",
+                         days.day, days.hour, days.minute, days.second);
             break;
         case TYPE_INTERVAL_HOUR_SECOND:
             SplitHourSecond(count, &days);
@@ -154,11 +173,13 @@ int32_t RenderValue(const ColumnValue *value, RenderForm form, char *text) {
         case TYPE_INTERVAL_HOUR:
         case TYPE_INTERVAL_MINUTE: return RenderInteger(LoadAs<int32_t>(bytes), text);
         case TYPE_BIGINT: return RenderInteger(LoadAs<int64_t>(bytes), text);
-        case TYPE_NUMERIC:
-        case TYPE_GUID: return CopyText((const char *)bytes, (size_t)value->length, text);
+        case TYPE_GUID:
+            if (form == RENDER_FOR_TEXT) return 0;
+            return CopyText((const char *)bytes, (size_t)value->length, text);
+        case TYPE_NUMERIC: return CopyText((const char *)bytes, (size_t)value->length, text);
         case TYPE_FLOAT:
             return KeptBytes(snprintf(text, RENDER_BYTES, "%f", (double)LoadAs<float>(bytes)));
-        case TYPE_DOUBLE: return RenderDouble(LoadAs<double>(bytes), text);
+        case TYPE_DOUBLE: return RenderDouble(LoadAs<double>(bytes), form, text);
         case TYPE_DATE: return RenderDate(LoadAs<int32_t>(bytes), form, text);
         case TYPE_TIME: return RenderTime(LoadAs<int32_t>(bytes), form, text);
         case TYPE_TIME_TZ: return RenderTimeTz(value, form, text);
@@ -172,7 +193,7 @@ int32_t RenderValue(const ColumnValue *value, RenderForm form, char *text) {
         case TYPE_INTERVAL_DAY_SECOND:
         case TYPE_INTERVAL_HOUR_SECOND:
         case TYPE_INTERVAL_MINUTE_SECOND:
-            return RenderSecondInterval(value->type, LoadAs<int64_t>(bytes), text);
+            return RenderSecondInterval(value->type, LoadAs<int64_t>(bytes), form, text);
         case TYPE_INTERVAL_SECOND:
             return RenderInteger(LoadAs<int64_t>(bytes) / MICROSECONDS_PER_SECOND, text);
         default: return 0;

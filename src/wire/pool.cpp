@@ -1,10 +1,13 @@
 // Sessions and their connections: owned by the session, or borrowed from the pool of its server.
 #include "wire/pool.h"
 
+#include <cstddef>
+
 #include "diag/error.h"
 #include "platform/memory.h"
 #include "platform/text.h"
 #include "platform/wait.h"
+#include "records/statement.h"
 #include "tavu/tvci.h"
 #include "wire/connection.h"
 #include "wire/login.h"
@@ -226,9 +229,37 @@ static void ReturnToPool(TVCIPool *pool, TVCISession *session) {
     }
 }
 
+// Lets a fetch-ahead reader that has the turn finish its block, and takes the turn from one that
+// has not begun: its cursor ends with the connection. False while a block is being fetched.
+static bool AheadReaderIsQuiet(AheadShare *share) {
+    int32_t state = share->state.load(std::memory_order_acquire);
+    while (state == AHEAD_MAY_START || state == AHEAD_BLOCK_TAKEN) {
+        if (share->state.compare_exchange_weak(state, AHEAD_NO_MORE_ROWS,
+                                               std::memory_order_acq_rel)) {
+            return true;
+        }
+    }
+    return state != AHEAD_FETCHING;
+}
+
+// The readers that fetch ahead find the connection through the session, so they are through with
+// both before these part.
+static void QuietAheadReaders(TVCISession *session) {
+    Semaphore *permit = &session->conn->use_semaphore;
+    for (ListLink *link = session->stmts.next; link != &session->stmts; link = link->next) {
+        TVCIStmt *stmt = (TVCIStmt *)((char *)link - offsetof(TVCIStmt, link));
+        while (stmt->ahead != NULL && !AheadReaderIsQuiet(stmt->ahead)) {
+            // A reader sets the state before it gives the permit back.
+            WaitSemaphore(permit, WAIT_CONN_FREE);
+            SemaphoreRelease(permit);
+        }
+    }
+}
+
 int32_t TVCIDisconnect(TVCISession *session) {
     if (session == NULL || session->type != SESSION_TYPE) return TVCI_INVALID_HANDLE;
     if (session->conn == NULL) return TVCI_SUCCESS;
+    QuietAheadReaders(session);
     if (session->from_pool != 0) {
         ReturnToPool(session->server->pool, session);
     } else {

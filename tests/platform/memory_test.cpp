@@ -20,6 +20,20 @@ TEST(MemAlloc, GivesABlockForNoBytes) {
     MemFree(block);
 }
 
+TEST(MemExpectFill, ChangesNoByteOfABlockOfAnySize) {
+    for (const size_t bytes : {(size_t)0, (size_t)1, (size_t)1000, (size_t)5 << 20}) {
+        char *block = (char *)MemAlloc(bytes);
+        ASSERT_NE(nullptr, block);
+        memset(block, 'x', bytes / 2);
+        MemExpectFill(block, bytes);
+        for (size_t i = 0; i < bytes; i++) {
+            ASSERT_EQ(i < bytes / 2 ? 'x' : '\0', block[i]);
+        }
+        memset(block, 'y', bytes);
+        MemFree(block);
+    }
+}
+
 TEST(MemRealloc, KeepsWhatTheBlockHeld) {
     char *block = (char *)MemRealloc(nullptr, 4);
     memcpy(block, "abc", 4);

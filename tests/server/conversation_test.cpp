@@ -222,15 +222,6 @@ TEST_F(Conversation, ManyRowsComeInOrder) {
     client.Expect(expected + "K");
 }
 
-TEST_F(Conversation, AnArrayExecutionIsRefusedAndTheStreamStaysInStep) {
-    client.Ask("create table T (a integer)", DONE);
-    client.Send(Frame("insert into T values (?)", 0x00030001,
-                      Wire("0000 0001 0005 00000004 00000001"
-                           "00000009 05 00000004 00000002 00000009 05 00000004 00000003")));
-    client.Expect(Wire("45 00000026 '[E10052]array execution is not offered' 4b"));
-    client.Ask("delete from T", Deleted(0));
-}
-
 TEST_F(Conversation, DescriptorModeMarksInlineLargeValues) {
     RawClient other(server.Port());
     other.LogIn(" auto_commit = 'on' lob_ret=descriptor");

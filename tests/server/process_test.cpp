@@ -207,7 +207,7 @@ TEST(Program, HelpNamesEveryOption) {
     EXPECT_EQ(0, program.Wait());
     for (const char *option :
          {"--port", "--bind", "--db", "--database", "--user", "--protocol", "--ssl", "--key",
-          "--help", "5138", "SYSDBA:SYSDBA", "listening on"}) {
+          "--lob-inline", "--help", "5138", "SYSDBA:SYSDBA", "listening on"}) {
         EXPECT_NE(std::string::npos, help.find(option)) << option;
     }
 }
@@ -225,6 +225,10 @@ TEST(Program, WrongOptionsEndItWithCode2) {
         {"--key", "file"},
         {"--ssl", "--key"},
         {"--ssl", "--key", ""},
+        {"--lob-inline", "-1"},
+        {"--lob-inline", "2k"},
+        {"--lob-inline", "2147483648"},
+        {"--lob-inline="},
     };
     for (const std::vector<std::string> &arguments : wrong) {
         Program program(arguments);
@@ -257,6 +261,7 @@ TEST(Options, DefaultsAreThePublishedOnes) {
     EXPECT_EQ(301, options.protocol);
     EXPECT_FALSE(options.cipher);
     EXPECT_EQ("", options.key_file);
+    EXPECT_EQ(2048U, options.lob_inline_bytes);
     ASSERT_EQ(1U, options.users.size());
     EXPECT_EQ("SYSDBA", options.users[0].name);
     EXPECT_EQ("SYSDBA", options.users[0].password);

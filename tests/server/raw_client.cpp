@@ -8,6 +8,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <gtest/gtest.h>
@@ -16,19 +17,14 @@ namespace tavud_test {
 
 namespace {
 
+// Longer answers are not printed when they are not what was expected.
+constexpr size_t PRINTED_BYTES_MAX = 4096;
+
 int Digit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     ADD_FAILURE() << "not a hexadecimal digit: " << c;
     return 0;
-}
-
-std::string FourBytes(uint32_t value) {
-    std::string bytes;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        bytes.push_back(static_cast<char>(value >> shift & 0xFF));
-    }
-    return bytes;
 }
 
 tavud::Options OptionsOf(std::vector<std::string> arguments) {
@@ -37,6 +33,14 @@ tavud::Options OptionsOf(std::vector<std::string> arguments) {
 }
 
 }  // namespace
+
+std::string FourBytes(uint32_t value) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<char>(value >> shift & 0xFF));
+    }
+    return bytes;
+}
 
 std::string Wire(std::string_view written) {
     std::string bytes;
@@ -120,7 +124,15 @@ std::string RawClient::ReceiveToEnd() {
 }
 
 void RawClient::Expect(std::string_view bytes) {
-    EXPECT_EQ(std::string(bytes), Receive(bytes.size()));
+    const std::string received = Receive(bytes.size());
+    if (bytes.size() <= PRINTED_BYTES_MAX) {
+        EXPECT_EQ(std::string(bytes), received);
+        return;
+    }
+    const auto differing =
+        std::mismatch(bytes.begin(), bytes.end(), received.begin(), received.end());
+    EXPECT_TRUE(bytes == received) << "first difference at byte " << differing.first - bytes.begin()
+                                   << " of " << bytes.size() << ", received " << received.size();
 }
 
 void RawClient::ExpectEnd() {
@@ -134,14 +146,26 @@ void RawClient::Ask(std::string_view text, std::string_view answer) {
 }
 
 std::string RawClient::AskRefused(std::string_view text) {
+    SCOPED_TRACE(std::string(text));
     Send(Frame(text));
-    const std::string head = Receive(5);
-    EXPECT_EQ("E", head.substr(0, 1)) << text;
-    if (head.size() < 5 || head[0] != 'E') return "";
-    const auto length = static_cast<uint8_t>(head[3]) * 256 + static_cast<uint8_t>(head[4]);
-    const std::string refusal = Receive(static_cast<size_t>(length));
+    return ReceiveRefusal();
+}
+
+std::string RawClient::ReceiveRefusal() {
+    const std::string letter = Receive(1);
+    EXPECT_EQ("E", letter);
+    if (letter != "E") return "";
+    const std::string refusal = ReceiveText();
     Expect("K");
     return refusal;
+}
+
+std::string RawClient::ReceiveText() {
+    uint32_t length = 0;
+    for (const char byte : Receive(4)) {
+        length = length << 8 | static_cast<uint8_t>(byte);
+    }
+    return Receive(length);
 }
 
 void RawClient::LogIn(std::string_view items) {

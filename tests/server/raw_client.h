@@ -15,6 +15,9 @@ namespace tavud_test {
 // Wire("45 00000002 'no'") is the letter E, a length of 2 and two letters.
 std::string Wire(std::string_view written);
 
+// An integer as it goes on the wire, for lengths and counts that are not written out.
+std::string FourBytes(uint32_t value);
+
 // A request's frame without parameters, and with `count` of them whose bytes follow.
 std::string Frame(std::string_view text);
 std::string Frame(std::string_view text, uint32_t parameter_word, std::string_view parameters);
@@ -42,6 +45,10 @@ public:
     void Ask(std::string_view text, std::string_view answer);
     // Sends a text and reads the answer 'E', text, 'K'; gives the text, or "" for another answer.
     std::string AskRefused(std::string_view text);
+    std::string ReceiveRefusal();
+
+    // Reads one text with its length in front.
+    std::string ReceiveText();
 
     // Logs in and expects to be accepted by protocol 301.
     void LogIn(std::string_view items = " auto_commit = 'off'");

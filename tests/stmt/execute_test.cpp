@@ -77,21 +77,6 @@ TEST(Execute, DoesNotLinkItsResults) {
     rig.peer.Close();
 }
 
-TEST(Execute, DeclaredCursorRunsAsAPlainStatement) {
-    StmtRig rig;
-    rig.stmt->use_server_cursor = 1;
-    rig.Script(Hex("3F 00000010 'PREPARE ST0 AS X' 00 00000000"), Hex(ONE_FIELD) + Hex("'K'"));
-    ASSERT_EQ(0, TVCIPrepare(rig.stmt, "X", -1));
-    EXPECT_EQ(1, rig.stmt->cursor_declared);
-    rig.Script(Hex("3F 00000006 '? ST0 ' 00 00000000"),
-               Hex(ONE_FIELD) + Hex("'R' 00000004 0000002A 'K'"));
-    EXPECT_EQ(0, TVCIExecute(rig.stmt));
-    EXPECT_EQ(0, rig.stmt->cursor_open);
-    EXPECT_EQ(0, TVCIFetch(rig.stmt));
-    EXPECT_EQ(100, TVCIFetch(rig.stmt));
-    rig.peer.Close();
-}
-
 TEST(Execute, BrokenSocketShowsAtTheFirstLetter) {
     StmtRig rig;
     rig.Prepare();

@@ -356,7 +356,7 @@ TEST(ReadParamDescs, PassesOverTheDescriptionsOrTellsWhatFailed) {
         StmtRig rig;
         rig.peer.Send(Hex(row.answer));
         rig.peer.Close();
-        EXPECT_EQ(row.result, ReadParamDescs(rig.stmt)) << row.answer;
+        EXPECT_EQ(row.result, ReadParamDescs(rig.session->conn)) << row.answer;
     }
 }
 

@@ -516,43 +516,81 @@ TEST(ReadResponse, ResetIsALostConnectionToo) {
     EXPECT_TRUE(rig.PermitIsFree());
 }
 
-TEST(ReleaseResults, WaitsForTheFetchAheadReader) {
-    StmtRig rig;
-    EXPECT_EQ(0, rig.Answer(Hex("'U' 00000001 'U' 00000002 'K'")));
-    rig.stmt->use_server_cursor = 1;
-    rig.stmt->fetch_ahead = 1;
-    rig.stmt->ahead_result = rig.Result(1);
-    rig.stmt->ahead_state.store(1);
-    static TVCIStmt *waiting;
-    waiting = rig.stmt;
-    WaitSetHook([](WaitPoint point) {
-        EXPECT_EQ(WAIT_AHEAD_RELEASE, point);
-        waiting->ahead_state.store(7);
-    });
-    ReleaseResults(rig.stmt);
-    WaitSetHook(nullptr);
-    EXPECT_EQ(nullptr, rig.stmt->ahead_result);
-    EXPECT_EQ(nullptr, rig.Result(0));
+// A statement whose last result is for readers that fetch ahead, in this state.
+struct AheadRig : StmtRig {
+    inline static TVCIStmt *waiting;
+    inline static int32_t waits;
+
+    AheadRig(int32_t state, int32_t reader_count) {
+        EXPECT_EQ(0, Answer(Hex("'U' 00000001 'U' 00000002 'K'")));
+        stmt->ahead = (AheadShare *)MemAlloc(sizeof(AheadShare));
+        stmt->ahead->stmt = stmt;
+        stmt->ahead->state.store(state);
+        stmt->ahead->holders.store(1 + reader_count);
+        stmt->ahead_result = Result(1);
+        waiting = stmt;
+        waits = 0;
+    }
+
+    // Releases the results, with a reader that sets this state at the third wait.
+    template <int32_t STATE>
+    void Release() {
+        WaitSkipSleeps(true);
+        WaitSetHook([](WaitPoint point) {
+            EXPECT_EQ(WAIT_AHEAD_RELEASE, point);
+            waits++;
+            if (waits == 3) {
+                waiting->ahead->state.store(STATE);
+            }
+        });
+        ReleaseResults(stmt);
+        WaitSetHook(nullptr);
+        WaitSkipSleeps(false);
+        EXPECT_EQ(nullptr, stmt->ahead_result);
+        EXPECT_EQ(nullptr, Result(0));
+        // The readers are made up: their holds go with the statement's.
+        stmt->ahead->holders.store(1);
+    }
+};
+
+TEST(ReleaseResults, WaitsWhileAFetchAheadReaderHasTheTurnOrMayTakeIt) {
+    for (int32_t state : {0, 1, 3}) {
+        AheadRig rig(state, 1);
+        rig.stmt->use_server_cursor = 1;
+        rig.stmt->fetch_ahead = 1;
+        rig.Release<7>();
+        EXPECT_EQ(3, AheadRig::waits) << state;
+    }
 }
 
-TEST(ReleaseResults, WaitsForNoFetchAheadReaderWithoutBothCursorFlags) {
+TEST(ReleaseResults, WaitsForTheBlockOfAFetchAheadReader) {
+    AheadRig rig(1, 1);
+    rig.stmt->use_server_cursor = 1;
+    rig.stmt->fetch_ahead = 1;
+    rig.Release<2>();
+    EXPECT_EQ(3, AheadRig::waits);
+    EXPECT_EQ(2, rig.stmt->ahead->state.load());
+}
+
+TEST(ReleaseResults, DoesNotWaitForAFetchAheadReaderThatIsThroughOrAsleep) {
+    for (int32_t state : {2, 7}) {
+        AheadRig rig(state, 1);
+        rig.stmt->use_server_cursor = 1;
+        rig.stmt->fetch_ahead = 1;
+        rig.Release<7>();
+        EXPECT_EQ(0, AheadRig::waits) << state;
+    }
+}
+
+TEST(ReleaseResults, WithoutBothCursorFlagsWaitsOnlyForAReaderThatIsThere) {
     for (bool use_server_cursor : {false, true}) {
-        StmtRig rig;
-        EXPECT_EQ(0, rig.Answer(Hex("'U' 00000001 'K'")));
-        rig.stmt->use_server_cursor = use_server_cursor;
-        rig.stmt->fetch_ahead = !use_server_cursor;
-        rig.stmt->ahead_result = rig.Result(0);
-        rig.stmt->ahead_state.store(1);
-        static TVCIStmt *stmt;
-        stmt = rig.stmt;
-        WaitSetHook([](WaitPoint point) {
-            ADD_FAILURE() << WaitPointName(point);
-            stmt->ahead_state.store(7);
-        });
-        ReleaseResults(rig.stmt);
-        WaitSetHook(nullptr);
-        EXPECT_EQ(nullptr, rig.Result(0));
-        rig.stmt->ahead_result = nullptr;
+        for (int32_t reader_count : {0, 1}) {
+            AheadRig rig(1, reader_count);
+            rig.stmt->use_server_cursor = use_server_cursor;
+            rig.stmt->fetch_ahead = !use_server_cursor;
+            rig.Release<7>();
+            EXPECT_EQ(reader_count * 3, AheadRig::waits);
+        }
     }
 }
 

@@ -49,26 +49,44 @@ void ScriptedPeer::Accept() {
     });
 }
 
+// Appends what can be received now, at most up to `count` bytes in all.
+bool ScriptedPeer::ReceiveSome(Bytes *bytes, size_t count) {
+    uint8_t piece[16384];
+    if (!NetReadable(connection_, WAIT_LIMIT_MS)) return false;
+    const int64_t received =
+        NetReceive(connection_, piece, std::min(sizeof piece, count - bytes->size()));
+    if (received <= 0) return false;
+    bytes->insert(bytes->end(), piece, piece + received);
+    return true;
+}
+
 bool ScriptedPeer::ReceiveBytes(Bytes *bytes, size_t count) {
     while (bytes->size() < count) {
-        uint8_t piece[16384];
-        if (!NetReadable(connection_, WAIT_LIMIT_MS)) return false;
-        int64_t received =
-            NetReceive(connection_, piece, std::min(sizeof piece, count - bytes->size()));
-        if (received <= 0) return false;
-        bytes->insert(bytes->end(), piece, piece + received);
+        if (!ReceiveSome(bytes, count)) return false;
     }
     return true;
 }
 
+// The first bytes of a long text are enough for a message.
+static std::string Shown(const Bytes &bytes) {
+    constexpr size_t SHOWN_BYTES_MAX = 4096;
+    if (bytes.size() <= SHOWN_BYTES_MAX) return HexText(bytes);
+    return HexText(Bytes(bytes.begin(), bytes.begin() + SHOWN_BYTES_MAX)) + "... (" +
+           std::to_string(bytes.size()) + " bytes)";
+}
+
+// What came is compared piece by piece, so that a difference shows at once.
 void ScriptedPeer::Expect(const Bytes &bytes) {
-    Append("expect " + HexText(bytes), [this, bytes] {
+    Append("expect " + Shown(bytes), [this, bytes] {
         Bytes came;
-        for (size_t i = 0; i < bytes.size(); i++) {
-            if (!ReceiveBytes(&came, i + 1)) {
-                return Fail("the stream ended after " + HexText(came));
+        while (came.size() < bytes.size()) {
+            const auto known = (ptrdiff_t)came.size();
+            if (!ReceiveSome(&came, bytes.size())) {
+                return Fail("the stream ended after " + Shown(came));
             }
-            if (came[i] != bytes[i]) return Fail("came " + HexText(came));
+            if (!std::equal(came.begin() + known, came.end(), bytes.begin() + known)) {
+                return Fail("came " + Shown(came));
+            }
         }
         return true;
     });
@@ -77,7 +95,7 @@ void ScriptedPeer::Expect(const Bytes &bytes) {
 void ScriptedPeer::ExpectAny(size_t count) {
     Append("expect " + std::to_string(count) + " bytes", [this, count] {
         Bytes came;
-        return ReceiveBytes(&came, count) || Fail("the stream ended after " + HexText(came));
+        return ReceiveBytes(&came, count) || Fail("the stream ended after " + Shown(came));
     });
 }
 

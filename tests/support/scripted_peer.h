@@ -56,6 +56,7 @@ private:
     void Append(const std::string &what, std::function<bool()> run);
     void Follow();
     bool Fail(const std::string &text);
+    bool ReceiveSome(Bytes *bytes, size_t count);
     bool ReceiveBytes(Bytes *bytes, size_t count);
     bool SendBytes(const uint8_t *bytes, size_t count);
     void CloseConnection(bool reset);

@@ -75,8 +75,8 @@ TEST(ConvertColumn, EightOClockInZone330ReadsAs1330Plus5) {
 }
 
 TEST(ConvertColumn, EveryPairOfFormAndType) {
-    const FormRow zoned[] = {{12, TEXT_TYPES, -1}, {14, TEXT_TYPES, -1}};
-    CheckMatrix(zoned, Column);
+    const FormRow own[] = {{12, TEXT_TYPES, -1}, {14, TEXT_TYPES, -1}, {40, LOB_TYPES, 3}};
+    CheckMatrix(own, Column);
 }
 
 TEST(ConvertColumn, BooleanLetterInThreeForms) {

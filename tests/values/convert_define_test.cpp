@@ -75,8 +75,9 @@ TEST(DoubleToText, TheLargestNumberKeepsAllItsDigits) {
 }
 
 TEST(ConvertColumnToDefine, EveryPairOfFormAndType) {
-    const FormRow zoned[] = {{12, Types({11, 12}), 20}, {14, Types({10, 11, 12, 13, 14}), 36}};
-    CheckMatrix(zoned, Define);
+    const FormRow own[] = {
+        {12, Types({11, 12}), 20}, {14, Types({10, 11, 12, 13, 14}), 36}, {40, LOB_TYPES, 48}};
+    CheckMatrix(own, Define);
 }
 
 TEST(ConvertColumnToDefine, BooleanLetterInThreeForms) {

@@ -609,6 +609,19 @@ TEST(ParamSend, AForgottenBufferIsANull) {
     ExpectIs(parameter.Sent(), EMPTY_TEXT);
 }
 
+TEST(ParamSend, OfAnArrayTheFirstElementIsSentAndNoPointer) {
+    Parameter number(4, TVCI_C_INT);
+    number.Value(Hex("0100000002000000"), 4).bind.array_rows = 2;
+    ExpectIs(number.Sent(), "0005 00000004 00000001");
+    for (const int32_t c_type : {2, 9, 12, 14, 15, 40}) {
+        Parameter pointers(12, c_type);
+        pointers.Value(Bytes(8, 7), 100).bind.array_rows = 1;
+        ExpectIs(pointers.Sent(), EMPTY_TEXT);
+        pointers.Length(50);
+        ExpectIs(pointers.Sent(), EMPTY_TEXT);
+    }
+}
+
 TEST(ParamSend, WhatPassesTheBufferArrivesInOrder) {
     ScriptedPeer peer;
     peer.Accept();

@@ -31,6 +31,7 @@ constexpr uint64_t Types(std::initializer_list<int32_t> types) {
 
 constexpr uint64_t BINARY_TYPES =
     Types({30, 32, 33, 34, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60});
+constexpr uint64_t LOB_TYPES = BINARY_TYPES & ~Types({30, 33});
 constexpr uint64_t INTERVAL_TYPES = Types({15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27});
 constexpr uint64_t TEXT_TYPES =
     Types({2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 29, 45}) | INTERVAL_TYPES | BINARY_TYPES;
