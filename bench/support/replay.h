@@ -35,9 +35,9 @@ enum ReplayKey { REPLAY_EXPONENT_17_BITS, REPLAY_EXPONENT_256_BITS };
 
 // Starts the server. It accepts any login, plain or enciphered, answers a PREPARE with the field
 // list, the execution of a prepared name and any text that begins with "SELECT" with the result,
-// the opening of a cursor with the field list, each FETCH with the next 2000 rows, and anything else
-// with 'K', when the parameters have come. On an enciphered connection the result is enciphered
-// before its first byte is sent, so that it departs as fast as a plain one.
+// the opening of a cursor with the field list, each FETCH with the next 2000 rows, and anything
+// else with 'K', when the parameters have come. On an enciphered connection the result is
+// enciphered before its first byte is sent, so that it departs as fast as a plain one.
 Replay ReplayStart(const ReplayResult &result, ReplayKey key = REPLAY_EXPONENT_17_BITS);
 void ReplayStop(Replay *replay);
 

@@ -63,7 +63,7 @@ TEST_F(Bookmarks, AnInsertOfOneRowGivesIts) {
 }
 
 TEST_F(Bookmarks, AreTurnedOnAndOffAndNothingElse) {
-    EXPECT_EQ("[E19001]TAVUD takes MESSAGE, WARNING or ERROR and a text",
+    EXPECT_EQ("[E19001]TAVUD takes MESSAGE, WARNING, ERROR, DATA or BOOKMARK and a text",
               client.AskRefused("tavud bookmarks maybe"));
 }
 
