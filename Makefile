@@ -49,6 +49,7 @@ check:
 	scripts/check_layers
 	scripts/check_readme
 	scripts/check_waits
+	scripts/check_coverage
 	scripts/check_exports cmake/exports.txt build/linux-release/libTavuOCI.so
 	scripts/check_exports cmake/exports.txt build/windows-release/TavuOCI.dll
 
@@ -66,7 +67,7 @@ help:
 	@echo 'make test-asan  run every test under AddressSanitizer, UndefinedBehaviorSanitizer'
 	@echo 'make test-tsan  run every test under ThreadSanitizer'
 	@echo 'make bench      run the benchmarks'
-	@echo 'make check      check layout, layers, README and exported functions'
+	@echo 'make check      check layout, layers, documents, exported functions'
 	@echo 'make format     lay out every source as .clang-format says'
 	@echo 'make windows    build the DLL and its tests in build/windows-release'
 	@echo 'make clean      remove build/'

@@ -26,5 +26,6 @@ if(NOT WIN32)
     tavu_add_test(layers_check_refuses
         ${check_tests}/check_layers_test.sh ${scripts}/check_layers)
     tavu_add_test(waits ${scripts}/check_waits)
+    tavu_add_test(coverage ${scripts}/check_coverage ${PROJECT_SOURCE_DIR})
     tavu_add_test(readme ${scripts}/check_readme ${PROJECT_SOURCE_DIR})
 endif()

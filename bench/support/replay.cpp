@@ -156,16 +156,18 @@ static bool ReadLogin(Peer *peer, ReplayKey key) {
     return text == "~ssl~" ? ReadEncipheredLogin(peer, key) : ReadRestOfLogin(*peer, text);
 }
 
-// Reads away what follows a request with parameters.
-static bool ReadParameters(const Peer &peer, size_t count, ReplayClock *clock) {
+// Reads bytes away and adds them to a sum.
+static bool ReadAway(const Peer &peer, size_t count, uint64_t *sum) {
     uint8_t bytes[65536];
     while (count != 0) {
         const ssize_t received =
             recv(peer.socket, bytes, count < sizeof bytes ? count : sizeof bytes, 0);
         if (received <= 0) return false;
+        uint64_t part = 0;
         for (ssize_t i = 0; i < received; i++) {
-            clock->parameter_sum += bytes[i];
+            part += bytes[i];
         }
+        *sum += part;
         count -= (size_t)received;
     }
     return true;
@@ -181,7 +183,7 @@ static bool ReadRequest(const Peer &peer, const ReplayResult &result, ReplayCloc
     if (!ReceiveAll(peer, text->data(), length + 5)) return false;
     bool has_parameters = text->compare(length + 1, 4, std::string(4, '\0')) != 0;
     text->resize(length);
-    return !has_parameters || ReadParameters(peer, result.parameter_bytes, clock);
+    return !has_parameters || ReadAway(peer, result.parameter_bytes, &clock->parameter_sum);
 }
 
 static bool SendRows(const Peer &peer, const ReplayResult &result, ReplayClock *clock) {
@@ -207,6 +209,14 @@ static bool SendBlock(const Peer &peer, const ReplayResult &result, size_t *sent
     return SendText(peer, result.field_list) && SendAll(peer, rows, bytes) && SendText(peer, "K");
 }
 
+// Answers the command and the word that opens the stream, and takes the rows.
+static bool TakeStream(const Peer &peer, size_t stream_bytes, ReplayClock *clock) {
+    char opening[8];
+    return SendText(peer, "K") && ReceiveAll(peer, opening, sizeof opening) &&
+           SendText(peer, WireInt64(0)) && ReadAway(peer, stream_bytes, &clock->stream_sum) &&
+           SendText(peer, "K");
+}
+
 static void Serve(Peer *peer, const ReplayResult &result, ReplayKey key, ReplayClock *clock) {
     if (!ReadLogin(peer, key) || !SendText(*peer, "K")) return;
     std::string text;
@@ -224,6 +234,8 @@ static void Serve(Peer *peer, const ReplayResult &result, ReplayKey key, ReplayC
             sent = SendBlock(*peer, result, &cursor_sent);
         } else if (text.compare(0, 8, "get lob ") == 0) {
             sent = SendText(*peer, result.large_value);
+        } else if (text.compare(0, 5, "LOAD ") == 0) {
+            sent = TakeStream(*peer, result.stream_bytes, clock);
         } else {
             sent = SendText(*peer, "K");
         }

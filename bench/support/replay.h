@@ -12,6 +12,7 @@
 struct ReplayClock {
     int64_t first_block_sent_ns;  // when the last byte of the 2000th row was handed to the system
     uint64_t parameter_sum;       // of the parameter bytes that came, before they were answered
+    uint64_t stream_sum;          // of the bytes of loads that came, before they were answered
 };
 
 struct Replay {
@@ -28,6 +29,7 @@ struct ReplayResult {
     size_t parameter_bytes;    // that follow each request with parameters
     size_t row_bytes;          // of each row, when a cursor is to be served; else 0
     std::string large_value;   // the whole answer to a get lob
+    size_t stream_bytes;       // of the rows of each load with the end of their stream
 };
 
 // What the client calculates with in an enciphered login: its cost goes by the exponent's length.
@@ -35,9 +37,10 @@ enum ReplayKey { REPLAY_EXPONENT_17_BITS, REPLAY_EXPONENT_256_BITS };
 
 // Starts the server. It accepts any login, plain or enciphered, answers a PREPARE with the field
 // list, the execution of a prepared name and any text that begins with "SELECT" with the result,
-// the opening of a cursor with the field list, each FETCH with the next 2000 rows, and anything
-// else with 'K', when the parameters have come. On an enciphered connection the result is
-// enciphered before its first byte is sent, so that it departs as fast as a plain one.
+// the opening of a cursor with the field list, each FETCH with the next 2000 rows, takes the stream
+// of a LOAD and throws it away, and answers anything else with 'K', when the parameters have come.
+// On an enciphered connection the result is enciphered before its first byte is sent, so that it
+// departs as fast as a plain one.
 Replay ReplayStart(const ReplayResult &result, ReplayKey key = REPLAY_EXPONENT_17_BITS);
 void ReplayStop(Replay *replay);
 

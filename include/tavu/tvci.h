@@ -271,16 +271,17 @@ int32_t TVCIExecute(TVCIStmt *stmt);
  * than 4000 parameters. */
 int32_t TVCIExecDirect(TVCIStmt *stmt, const char *text, int32_t length);
 
-/* The same, giving a view of the first result, or NULL on any failure. It is freed with
- * ResultClose and becomes empty when its statement is run, prepared, closed or freed. */
+/* The same, giving a view of the first result, or NULL on any failure. It has the rows that were
+ * read by then, which are all of a result of at most 2000. It is freed with ResultClose and becomes
+ * empty when its statement is run, prepared, closed or freed. */
 ResultSet *TVCIExecuteResult(TVCIStmt *stmt);
 ResultSet *TVCIExecDirectResult(TVCIStmt *stmt, const char *text, int32_t length);
 void ResultClose(ResultSet *copy);
 
 /* Reads the view row by row. Columns count from 1; a row's values are read after a ResultNext that
  * returned 1. A NULL, a value without such a form, and a column of no row read as NULL or 0.
- *   ResultNext       1 when there is a row, 0 at the end. While rows still arrive it waits until
- *                    100 more than are read are there
+ *   ResultNext       1 when there is a row, 0 at the end. Ahead of the last 100 rows of the view it
+ *                    waits until the whole result has arrived
  *   ResultGetString  the value as text, which the view keeps until the column is read again or the
  *                    view is closed; NULL for a column out of range
  *   ResultGetFloat   -1.0 for a column out of range
@@ -291,8 +292,10 @@ float ResultGetFloat(ResultSet *copy, int32_t column);
 int32_t ResultGetInt(ResultSet *copy, int32_t column);
 
 /* Runs a text once for every row of the arrays that TVCIBindParamArray bound. A row that an array
- * does not have is a NULL there. At most 32767 rows fit the request. The text is for statements
- * that return no rows: behind rows, the next request of the session waits for ever.
+ * does not have is a NULL there. At most 32767 rows fit the request; where no array was bound, the
+ * request announces the parameters and does not send them. The text is for statements that return
+ * no rows: behind rows, the next request of the session waits for ever. The statement counts as not
+ * prepared afterwards.
  * Returns as TVCIExecDirect; 0 also for an answer that is not understood, behind which the next
  * request waits for ever. */
 int32_t TVCIExecDirectBatch(TVCIStmt *stmt, const char *text, int32_t length);
@@ -308,10 +311,14 @@ int32_t TVCIStmtClose(TVCIStmt *stmt, int32_t mode);
 
 /* Binds a parameter, by position from 1 or by name without its colon.
  *   kind           1 input, 2 output
- *   value          read at execute; the application's
+ *   value          read at execute, written when the answer has an output for the parameter; the
+ *                  application's
  *   value_size     bytes of it; at least 1 for CType 2 and 15
+ *   return_code    receives what became of an output: 0, -1 NULL, -2 cut, -3 no conversion; may be
+ *                  NULL
  *   return_length  the value's bytes at execute, 0 for NULL; NULL pointer: the text's own length,
- *                  or `value_size` bytes of binary
+ *                  or `value_size` bytes of binary. Receives the bytes of an output that is taken
+ *                  as CType 2 or 15, of a cut one those that were left over
  *   sql_type       1 BOOLEAN, 2 TINYINT, 3 SMALLINT, 4 INTEGER, 5 BIGINT, 6 FLOAT, 7 DOUBLE,
  *                  8 NUMERIC, 9 DATE, 10 TIME, 11 DATETIME, 12 CHAR, 13 BINARY, 14 CLOB, 16 BLOB,
  *                  17 and 18 the zoned forms, 20 to 32 intervals, 33 to 45 geometry
@@ -331,8 +338,11 @@ int32_t TVCIBindParamByName(TVCIStmt *stmt, const char *name, int32_t kind, void
  *   value        read at execute. CType 1 and 3 to 8: numbers; 10, 11 and 13: records; 2, 9, 12
  *                and 14: pointers to text; 15: pointers to bytes; 40: pointers to large values. No
  *                other form has arrays
- *   lengths      bytes of each text or value, 0 for NULL; for the other forms only 0 or not. NULL:
- *                no NULLs, texts end at their NUL, and each value has `value_size` bytes
+ *   value_size   at least 1 for CType 2 and 15
+ *   return_code  not used
+ *   lengths      bytes of each text or binary, 0 for NULL; for the other forms only 0 or not. NULL:
+ *                texts end at their NUL, at `value_size` bytes when that is above 0, and binaries
+ *                have `value_size` bytes. A pointer that is NULL and an empty value are NULLs too
  * By name, the first parameter without a name takes it on a statement that is not prepared.
  * Returns 0; -3; -8 for a position or a count that the statement does not have; -1 for a name or,
  * by name, a count that it does not have, the name with "E19964"; -5. */
@@ -386,8 +396,8 @@ int32_t TVCIGetData(TVCIStmt *stmt, int32_t column, int32_t type, void *buffer,
 /* Makes an empty holder; NULL when memory is short. */
 LobRecord *TVCILobAlloc(void);
 
-/* Release the value, TVCILobFree the holder too. The bytes of a copy that was made of a value in
- * rows are not released. Return 0, or -3 for NULL. */
+/* Release the value, TVCILobFree the holder too. Of a copy that was made of a value in rows, the
+ * bytes or the name are not released. Return 0, or -3 for NULL. */
 int32_t TVCILobFree(LobRecord *lob);
 int32_t TVCILobReset(LobRecord *lob);
 
@@ -408,7 +418,8 @@ int32_t TVCILobGet(LobRecord *lob, int32_t *length_out, void **data_out);
 int32_t TVCILobRead(LobRecord *lob, int32_t offset, int32_t amount, void *buffer,
                     int32_t *read_out);
 
-/* Replaces the value by a copy. Returns 0; -3; -1 for 2146435072 bytes and more; -5. */
+/* Replaces the value by a copy. Returns 0; -3 for a NULL holder, NULL bytes or a negative length;
+ * -1 for 2146435072 bytes and more; -5, with no value left. */
 int32_t TVCILobWrite(LobRecord *lob, int32_t length, const void *bytes);
 
 /* Makes `target` a holder of a copy of the value, or of its name, which outlives the rows. What
@@ -428,13 +439,13 @@ int32_t TVCILobCopy(const LobRecord *source, LobRecord *target);
  * `reindex` other than 0 runs a REINDEX of the table behind the rows, but not in an import of
  * use_mode 2. The call returns when the server has closed the stream, for which it looks once in a
  * second.
- * Returns 0; -1 for fewer than 1 row or column, a NULL table or lengths, a length below -1, a row
- * of 2 GiB or more, a command that is too long, with nothing sent and no text; -1 for another mode,
- * with "TVCIExecLoad load_mode not within the scope\r" or "TVCIExecLoad use_mode not within the
- * scope\r" under an empty code on the statement; -1 for an error of the server, with its text. When
- * the server refuses the command the connection is not to be used any more: the next request waits
- * for ever. -4 without a connection or when it is lost ahead of the rows or at the REINDEX; -5 when
- * memory is short: the rows before that were sent. */
+ * Returns 0; -1 for fewer than 1 row or column, a NULL table or lengths, NULL data where a value
+ * has bytes, a length below -1, a row of 2 GiB or more, a command that is too long, with nothing
+ * sent and no text; -1 for another mode, with "TVCIExecLoad load_mode not within the scope\r" or
+ * "TVCIExecLoad use_mode not within the scope\r" under an empty code on the statement; -1 for an
+ * error of the server, with its text. When the server refuses the command the connection is not to
+ * be used any more: the next request waits for ever. -4 without a connection or when it is lost
+ * ahead of the rows or at the REINDEX; -5 when memory is short: the rows before that were sent. */
 int32_t TVCIExecLoad(TVCIStmt *stmt, const void *data, const int32_t *const *lengths,
                      int32_t row_count, int32_t column_count, const char *table,
                      int32_t parallel_first, int32_t parallel_second, int32_t load_mode,

@@ -14,7 +14,6 @@
 #include "wire/connection.h"
 
 constexpr size_t COMMAND_BYTES = 256;
-constexpr int32_t NULL_VALUE = -1;
 
 #define STREAM_TEXT " FROM STREAM RECORDS DELIMITED BY '' FIELDS TERMINATED BY '' "
 
@@ -53,13 +52,15 @@ static const int32_t *LengthsOfRow(const BulkRows *rows, int32_t row) {
 static int64_t ValueBytes(const int32_t *lengths, int32_t column_count) {
     if (lengths == NULL) return -1;
     int64_t value_bytes = 0;
+    int32_t lowest = 0;
     for (int32_t column = 0; column < column_count; column++) {
-        if (lengths[column] < NULL_VALUE) return -1;
-        value_bytes += lengths[column] == NULL_VALUE ? 0 : lengths[column];
+        const int32_t length = lengths[column];
+        value_bytes += length < 0 ? 0 : length;
+        lowest = length < lowest ? length : lowest;
     }
     const int64_t row_bytes =
         RowHeadBytes(column_count) + value_bytes + (int64_t)column_count * (int64_t)sizeof(int32_t);
-    return row_bytes <= INT32_MAX ? value_bytes : -1;
+    return lowest >= BULK_NULL && row_bytes <= INT32_MAX ? value_bytes : -1;
 }
 
 // Looked at ahead of the first byte that is sent: a stream cannot be taken back.
@@ -103,31 +104,13 @@ static bool ExchangeStart(Connection *conn) {
     return ConnReadInt64(conn, &ignored);
 }
 
-// Gathers one row, whose values begin at `*value`, and moves that on to the next row's. False when
-// there is no memory for it.
-static bool PutRow(RowBuffer *buffer, const int32_t *lengths, int32_t column_count,
-                   const uint8_t **value) {
-    RowBufferBeginRow(buffer);
-    for (int32_t column = 0; column < column_count; column++) {
-        const int32_t length = lengths[column];
-        if (length == NULL_VALUE) {
-            RowBufferPutNull(buffer, column);
-            continue;
-        }
-        if (!RowBufferPutValue(buffer, column, *value, length)) return false;
-        *value += length;
-    }
-    RowBufferEndRow(buffer);
-    return true;
-}
-
 // Sends the rows and the end of the stream. Short of memory the rows before the one that has no
 // room are sent, and the stream is ended behind them.
 static int32_t SendRows(RowBuffer *buffer, const BulkRows *rows) {
     const uint8_t *value = rows->data;
     bool has_room = true;
     for (int32_t row = 0; row < rows->row_count && has_room; row++) {
-        has_room = PutRow(buffer, LengthsOfRow(rows, row), rows->column_count, &value);
+        has_room = RowBufferPutRow(buffer, LengthsOfRow(rows, row), rows->column_count, &value);
     }
     RowBufferSend(buffer);
     ConnWriteInt32(buffer->conn, 0);

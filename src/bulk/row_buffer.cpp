@@ -105,25 +105,27 @@ static bool MakeRoom(RowBuffer *buffer, int32_t length) {
     return Grow(buffer, length);
 }
 
-// Copies a value. Values are short as a rule: two copies of a fixed width, which may overlap, are
-// quicker than a call.
-static void CopyValue(uint8_t *target, const uint8_t *value, size_t bytes) {
-    if (bytes > 16) {
+// Copies a value of WIDTH to two times WIDTH bytes in two pieces of WIDTH, which may overlap.
+template <size_t WIDTH>
+static inline void CopyInTwo(uint8_t *target, const uint8_t *value, size_t bytes) {
+    uint8_t first[WIDTH];
+    uint8_t last[WIDTH];
+    memcpy(first, value, WIDTH);
+    memcpy(last, value + bytes - WIDTH, WIDTH);
+    memcpy(target, first, WIDTH);
+    memcpy(target + bytes - WIDTH, last, WIDTH);
+}
+
+// Copies a value. Values are short as a rule: two copies of a fixed width are quicker than a call.
+static inline void CopyValue(uint8_t *target, const uint8_t *value, size_t bytes) {
+    if (bytes > 32) {
         memcpy(target, value, bytes);
+    } else if (bytes >= 16) {
+        CopyInTwo<16>(target, value, bytes);
     } else if (bytes >= 8) {
-        uint64_t first;
-        uint64_t last;
-        memcpy(&first, value, sizeof(first));
-        memcpy(&last, value + bytes - sizeof(last), sizeof(last));
-        memcpy(target, &first, sizeof(first));
-        memcpy(target + bytes - sizeof(last), &last, sizeof(last));
+        CopyInTwo<8>(target, value, bytes);
     } else if (bytes >= 4) {
-        uint32_t first;
-        uint32_t last;
-        memcpy(&first, value, sizeof(first));
-        memcpy(&last, value + bytes - sizeof(last), sizeof(last));
-        memcpy(target, &first, sizeof(first));
-        memcpy(target + bytes - sizeof(last), &last, sizeof(last));
+        CopyInTwo<4>(target, value, bytes);
     } else {
         for (size_t i = 0; i < bytes; i++) {
             target[i] = value[i];
@@ -151,4 +153,58 @@ void RowBufferEndRow(RowBuffer *buffer) {
     const int64_t row_bytes = buffer->used - buffer->start - LENGTH_BYTES;
     StoreLength(buffer->bytes + buffer->start, (int32_t)row_bytes);
     buffer->start = buffer->used;
+}
+
+// Puts a whole row into the room that is left. False, with nothing done, when that is too small.
+static bool PutRowInRoom(RowBuffer *buffer, const int32_t *lengths, int32_t column_count,
+                         const uint8_t **value) {
+    int64_t room = buffer->capacity - buffer->used - LENGTH_BYTES - buffer->bitmap_bytes;
+    if (room < 0) return false;
+    uint8_t *row = buffer->bytes + buffer->used;
+    uint8_t *bitmap = row + LENGTH_BYTES;
+    uint8_t *place = bitmap + buffer->bitmap_bytes;
+    const uint8_t *from = *value;
+    for (int32_t column = 0; column < column_count;) {
+        const int32_t left = column_count - column;
+        const int32_t end =
+            column + (left < COLUMNS_PER_BITMAP_BYTE ? left : COLUMNS_PER_BITMAP_BYTE);
+        uint32_t bits = 0;
+        for (uint32_t shift = 0; column < end; column++, shift += 2) {
+            const int32_t length = lengths[column];
+            if (length == BULK_NULL) {
+                bits |= NULL_BIT << shift;
+                continue;
+            }
+            room -= LENGTH_BYTES + length;
+            if (room < 0) return false;
+            bits |= VALUE_BIT << shift;
+            StoreLength(place, length);
+            CopyValue(place + LENGTH_BYTES, from, (size_t)length);
+            place += LENGTH_BYTES + length;
+            from += length;
+        }
+        *bitmap++ = (uint8_t)bits;
+    }
+    StoreLength(row, (int32_t)(place - row - LENGTH_BYTES));
+    buffer->used = place - buffer->bytes;
+    buffer->start = buffer->used;
+    *value = from;
+    return true;
+}
+
+bool RowBufferPutRow(RowBuffer *buffer, const int32_t *lengths, int32_t column_count,
+                     const uint8_t **value) {
+    if (PutRowInRoom(buffer, lengths, column_count, value)) return true;
+    RowBufferBeginRow(buffer);
+    for (int32_t column = 0; column < column_count; column++) {
+        const int32_t length = lengths[column];
+        if (length == BULK_NULL) {
+            RowBufferPutNull(buffer, column);
+            continue;
+        }
+        if (!RowBufferPutValue(buffer, column, *value, length)) return false;
+        *value += length;
+    }
+    RowBufferEndRow(buffer);
+    return true;
 }

@@ -21,6 +21,9 @@ struct RowBuffer {
     uint8_t *bitmap;       // of the unfinished row; in `bytes`
 };
 
+// The length of a value that is NULL.
+constexpr int32_t BULK_NULL = -1;
+
 // The bytes of a row ahead of its values: its length word and the null bitmap.
 int64_t RowHeadBytes(int32_t column_count);
 
@@ -38,6 +41,11 @@ bool RowBufferPutValue(RowBuffer *buffer, int32_t column, const uint8_t *value, 
 
 // Closes the row: fills in its length.
 void RowBufferEndRow(RowBuffer *buffer);
+
+// Does all of that for one row, whose values begin at `*value`, and moves `*value` on to those of
+// the next. False when there is no memory.
+bool RowBufferPutRow(RowBuffer *buffer, const int32_t *lengths, int32_t column_count,
+                     const uint8_t **value);
 
 // Sends all rows that are closed. An unfinished one stays.
 void RowBufferSend(RowBuffer *buffer);

@@ -5,9 +5,7 @@
 #include "stmt/statement.h"
 #include "values/decode.h"
 
-// Waits until the row at `position` is at a safe distance from the row reader, or the reader is
-// through.
-static void WaitRowsAhead(const TVCIStmt *stmt, const ResultSet *result, int64_t position) {
+void WaitRowsAhead(const TVCIStmt *stmt, const ResultSet *result, int64_t position) {
     while (!stmt->rows_complete.load(std::memory_order_acquire) &&
            position + ROWS_AHEAD >= result->store.row_count.load(std::memory_order_acquire)) {
         WaitStep(WAIT_ROWS_AHEAD);

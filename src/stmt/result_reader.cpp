@@ -1,7 +1,6 @@
 // Typed reads of a result that was handed out: the next row, and its columns one by one.
 #include <cstdint>
 
-#include "platform/wait.h"
 #include "records/statement.h"
 #include "stmt/rows.h"
 #include "tavu/tvci.h"
@@ -15,16 +14,6 @@ static int32_t EndOfResult(ResultSet *result) {
     return 0;
 }
 
-// Like a fetch, a read stays behind a row reader that is still running.
-static void WaitRowsAhead(const ResultSet *result) {
-    const TVCIStmt *stmt = result->statement;
-    const int64_t next = (int64_t)result->position + ROWS_AHEAD;
-    while (!stmt->rows_complete.load(std::memory_order_acquire) &&
-           next >= result->store.row_count.load(std::memory_order_acquire)) {
-        WaitStep(WAIT_ROWS_AHEAD);
-    }
-}
-
 int32_t ResultNext(ResultSet *result) {
     if (result == NULL) return 0;
     const int64_t row_count = result->store.row_count.load(std::memory_order_acquire);
@@ -33,10 +22,12 @@ int32_t ResultNext(ResultSet *result) {
     if (row_count == 0 || position == row_count || position == INT32_MAX) {
         return EndOfResult(result);
     }
-    WaitRowsAhead(result);
-    MutexLock(&result->statement->lock);
+    // Like a fetch, a read stays behind a row reader that is still running.
+    TVCIStmt *stmt = result->statement;
+    WaitRowsAhead(stmt, result, position);
+    MutexLock(&stmt->lock);
     RowImage **slot = RowSlot(result, position);
-    MutexUnlock(&result->statement->lock);
+    MutexUnlock(&stmt->lock);
     result->current_row = slot == NULL ? NULL : *slot;
     result->position = position + 1;
     return 1;

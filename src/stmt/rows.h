@@ -53,3 +53,7 @@ constexpr int32_t ROW_RUN = 1000;
 RowImage **RowSlot(ResultSet *result, int64_t n);
 // Frees the index with its blocks; the store is empty afterwards.
 void RowStoreFree(RowStore *store);
+
+// Waits until the row at `position` is at a safe distance from the statement's row reader, or the
+// reader is through.
+void WaitRowsAhead(const TVCIStmt *stmt, const ResultSet *result, int64_t position);

@@ -43,8 +43,11 @@ void ParamArrayFree(ParamRecord *params, int32_t count) {
 }
 
 void ParamsFree(TVCIStmt *stmt) {
-    for (int32_t i = 0; stmt->params != NULL && i < stmt->param_count; i++) {
-        BindFree(&stmt->params[i]);
+    // By the list: of two parameters with one name, a direct execution keeps the bind of one.
+    while (stmt->binds.next != &stmt->binds) {
+        BindRecord *bind = BindOfLink(stmt->binds.next);
+        ListRemove(&bind->link);
+        MemFree(bind);
     }
     ParamArrayFree(stmt->params, stmt->param_count);
     stmt->params = NULL;

@@ -6,8 +6,8 @@
 // Unlinks and frees the bind of one parameter, if it has one. The parameter is unbound then.
 void BindFree(ParamRecord *param);
 
-// Frees all parameters with their names and binds, and the buffer in which their rows were
-// gathered; no parameters remain.
+// Frees all parameters with their names, all binds of the statement, and the buffer in which their
+// rows were gathered; no parameters remain.
 void ParamsFree(TVCIStmt *stmt);
 
 // Frees an array of parameter records with their names and leaves the binds on the statement's

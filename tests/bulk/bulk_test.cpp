@@ -183,6 +183,15 @@ TEST_F(BulkTest, BadModesAreRefusedWithATextAndNoCode) {
     EXPECT_EQ(-1, ImportOne(-1, 2));
 }
 
+TEST_F(BulkTest, BadModeTakesTheServersCodeAway) {
+    ScriptStart("IMPORT APPEND TABLE T " STREAM "USE MODE 1");
+    Exchange(Hex("00000006 02 00000001 'a' 00000000"), Hex("'E' 0000000B '[E7001]one.' 'K'"));
+    EXPECT_EQ(-1, ImportOne());
+    EXPECT_EQ("E7001: [E7001]one.", StmtError());
+    EXPECT_EQ(-1, LoadOne(3));
+    EXPECT_EQ(": TVCIExecLoad load_mode not within the scope\r", StmtError());
+}
+
 TEST_F(BulkTest, BadModeTakesNoPermit) {
     ASSERT_TRUE(SemaphoreTryTake(&rig.session->conn->use_semaphore));
     EXPECT_EQ(-1, ImportOne(3, 1));
@@ -303,6 +312,15 @@ TEST_F(BulkTest, ErrorTextThatIsCutShortFallsBackOnTheClientsOwn) {
     EXPECT_EQ("E19884: can't connect to server", StmtError());
 }
 
+TEST_F(BulkTest, WarningThatIsCutShortEndsTheStreamLikeALostConnection) {
+    ScriptStart("IMPORT APPEND TABLE T " STREAM "USE MODE 1");
+    Exchange(Hex("00000006 02 00000001 'a' 00000000"), Hex("'W' 00000004 'sl'"));
+    rig.peer.Close();
+    EXPECT_EQ(0, ImportOne());
+    EXPECT_EQ(": ", StmtError());
+    EXPECT_TRUE(PermitIsFree());
+}
+
 TEST_F(BulkTest, ReindexFollowsTheRows) {
     ScriptOneRow("IMPORT APPEND TABLE T " STREAM "USE MODE 1");
     Exchange(Frame("REINDEX T.*"), Hex("'K'"));
@@ -405,21 +423,28 @@ TEST_F(BulkTest, ShortOfMemoryForAValueTheRowsBeforeItAreSent) {
 }
 
 // The wait is the library's own: a poll in steps of a second. The server closes the stream when the
-// first poll is under way.
-TEST_F(BulkTest, EndOfTheStreamIsPolledFor) {
+// first poll is under way. Meanwhile no other request can have the connection.
+TEST_F(BulkTest, EndOfTheStreamIsPolledForWithThePermitHeld) {
     static ScriptedPeer *peer;
+    static Semaphore *permit;
+    static bool was_free;
     peer = &rig.peer;
+    permit = &rig.session->conn->use_semaphore;
+    was_free = false;
     ScriptStart("IMPORT APPEND TABLE T " STREAM "USE MODE 1");
     rig.peer.Expect(Hex("00000006 02 00000001 'a' 00000000"));
     rig.peer.Gate("polled");
     rig.peer.Send(Hex("'K'"));
     WaitSetHook([](WaitPoint point) {
         if (point == WAIT_BULK_READER) {
+            was_free = was_free || SemaphoreTryTake(permit);
             peer->Open("polled");
         }
     });
     EXPECT_EQ(0, ImportOne());
     WaitSetHook(nullptr);
+    EXPECT_FALSE(was_free);
+    EXPECT_TRUE(PermitIsFree());
 }
 
 struct RowBufferTest : BulkTest {
@@ -427,6 +452,14 @@ struct RowBufferTest : BulkTest {
 
     void Init(int32_t column_count) {
         ASSERT_TRUE(RowBufferInit(&buffer, rig.session->conn, column_count));
+    }
+
+    // A row of one column.
+    void PutRow(const std::string &value) {
+        RowBufferBeginRow(&buffer);
+        ASSERT_TRUE(
+            RowBufferPutValue(&buffer, 0, (const uint8_t *)value.data(), (int32_t)value.size()));
+        RowBufferEndRow(&buffer);
     }
 
     ~RowBufferTest() override {
@@ -463,6 +496,76 @@ TEST_F(RowBufferTest, FillsToTheLastByteBeforeItSends) {
     ASSERT_TRUE(RowBufferPutValue(&buffer, 0, (const uint8_t *)value.data(), 8388608 - 9));
     EXPECT_EQ(8388608, buffer.capacity);
     EXPECT_EQ(8388608, buffer.used);
+}
+
+// A row of one value of `length` bytes.
+static Bytes RowOf(const char *head, size_t length) {
+    return Hex(head) + Ascii(std::string(length, 'v'));
+}
+
+TEST_F(RowBufferTest, FullBufferIsSentWhenTheNextRowBegins) {
+    Init(1);
+    const std::string value(8388608 - 9, 'v');
+    rig.peer.Expect(RowOf("007FFFFC 02 007FFFF7", value.size()) + Hex("00000005 02 00000000"));
+    ASSERT_NO_FATAL_FAILURE(PutRow(value));
+    EXPECT_EQ(8388608, buffer.start);
+    RowBufferBeginRow(&buffer);
+    EXPECT_EQ(0, buffer.start);
+    EXPECT_EQ(4 + 1, buffer.used);
+    ASSERT_TRUE(RowBufferPutValue(&buffer, 0, (const uint8_t *)"", 0));
+    RowBufferEndRow(&buffer);
+    RowBufferSend(&buffer);
+    EXPECT_EQ(8388608, buffer.capacity);
+}
+
+TEST_F(RowBufferTest, RowsBeforeTheUnfinishedOneAreSentToMakeRoom) {
+    Init(1);
+    const std::string value(5000000, 'v');
+    const Bytes row = RowOf("004C4B45 02 004C4B40", value.size());
+    rig.peer.Expect(row + row);
+    ASSERT_NO_FATAL_FAILURE(PutRow(value));
+    RowBufferBeginRow(&buffer);
+    EXPECT_EQ(5000009, buffer.start);
+    ASSERT_TRUE(RowBufferPutValue(&buffer, 0, (const uint8_t *)value.data(), 5000000));
+    EXPECT_EQ(0, buffer.start);
+    EXPECT_EQ(5000009, buffer.used);
+    EXPECT_EQ(8388608, buffer.capacity);
+    RowBufferEndRow(&buffer);
+    RowBufferSend(&buffer);
+}
+
+TEST_F(RowBufferTest, RowsBeforeAValueTooLargeForTheBufferAreSentAndItGrows) {
+    Init(1);
+    const std::string value(9000000, 'v');
+    rig.peer.Expect(Hex("00000008 02 00000003 'abc'") +
+                    RowOf("00895445 02 00895440", value.size()));
+    ASSERT_NO_FATAL_FAILURE(PutRow("abc"));
+    RowBufferBeginRow(&buffer);
+    ASSERT_TRUE(RowBufferPutValue(&buffer, 0, (const uint8_t *)value.data(), 9000000));
+    EXPECT_EQ(0, buffer.start);
+    EXPECT_EQ(8388608 + 9000000 + 1024, buffer.capacity);
+    EXPECT_EQ(4 + 1 + 4 + 9000000, buffer.used);
+    RowBufferEndRow(&buffer);
+    RowBufferSend(&buffer);
+}
+
+TEST_F(RowBufferTest, GrowsWhenTheRoomThatSendingMakesIsTooSmall) {
+    Init(2);
+    const std::string value(5000000, 'v');
+    rig.peer.Expect(Hex("00000008 06 00000003 'abc' 00989689 0A 004C4B40") + Ascii(value) +
+                    RowOf("004C4B40", value.size()));
+    RowBufferBeginRow(&buffer);
+    ASSERT_TRUE(RowBufferPutValue(&buffer, 0, (const uint8_t *)"abc", 3));
+    RowBufferPutNull(&buffer, 1);
+    RowBufferEndRow(&buffer);
+    RowBufferBeginRow(&buffer);
+    ASSERT_TRUE(RowBufferPutValue(&buffer, 0, (const uint8_t *)value.data(), 5000000));
+    EXPECT_EQ(12, buffer.start);
+    ASSERT_TRUE(RowBufferPutValue(&buffer, 1, (const uint8_t *)value.data(), 5000000));
+    EXPECT_EQ(0, buffer.start);
+    EXPECT_EQ(8388608 + 5000000 + 1024, buffer.capacity);
+    RowBufferEndRow(&buffer);
+    RowBufferSend(&buffer);
 }
 
 TEST_F(RowBufferTest, HeadOfAWideRowHasRoom) {

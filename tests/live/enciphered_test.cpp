@@ -8,6 +8,7 @@
 
 #include "live/live_rig.h"
 #include "platform/wait.h"
+#include "records/values.h"
 #include "support/bytes.h"
 #include "wire/cipher.h"
 
@@ -143,6 +144,49 @@ TEST(Enciphered, FailsOverToTheNextServer) {
     trio.Kill('C');
     EXPECT_EQ("(-4)", Who(second));
     EXPECT_EQ(CANNOT_CONNECT, ErrorOf(second));
+}
+
+// Stores a value and fetches it by its descriptor, over the session's second connection. Each eight
+// bytes of the value are their own number.
+TEST(Enciphered, FetchesALargeValueByItsDescriptor) {
+    constexpr size_t BYTES = 300000;
+    std::string value;
+    for (uint64_t i = 0; i < BYTES / sizeof i; i++) {
+        value.append((const char *)&i, sizeof i);
+    }
+    TavudProcess server("127.0.0.1", 0, CIPHER_OPTION);
+    LiveClient client(server.port());
+    client.UseCipher();
+    TVCISession *session = client.NewSession();
+    const uint32_t on = 1;
+    EXPECT_EQ(0, TVCIAttrSet(session, 40, &on, -1));
+    ASSERT_EQ(0, Connect(session)) << ErrorOf(session);
+    EXPECT_EQ(0, RunText(session, "create table T (L blob)"));
+    TVCIStmt *stmt = nullptr;
+    EXPECT_EQ(0, TVCIHandleAlloc(session, (void **)&stmt, TVCI_HTYPE_STMT));
+    LobRecord *lob = TVCILobAlloc();
+    EXPECT_EQ(0, TVCILobWrite(lob, (int32_t)value.size(), value.data()));
+    EXPECT_EQ(0, TVCIPrepare(stmt, "insert into T values (?)", -1));
+    EXPECT_EQ(0, TVCIBindParam(stmt, 1, 1, lob, 0, TVCI_C_LOB, nullptr, nullptr, 16));
+    EXPECT_EQ(0, TVCIExecute(stmt));
+    EXPECT_EQ(0, TVCILobReset(lob));
+    EXPECT_EQ(0, TVCIExecDirect(stmt, "select L from T", -1));
+    EXPECT_EQ(0, TVCIDefineColumn(stmt, 1, lob, 0, TVCI_C_LOB, nullptr, nullptr));
+    EXPECT_EQ(0, TVCIFetch(stmt));
+    EXPECT_EQ(nullptr, lob->data);
+    int32_t length = 0;
+    void *data = nullptr;
+    EXPECT_EQ(0, TVCILobGet(lob, &length, &data));
+    ASSERT_EQ((int32_t)BYTES, length);
+    ASSERT_NE(nullptr, data);
+    EXPECT_TRUE(memcmp(value.data(), data, BYTES) == 0);
+    const Connection *second = session->lob_conn;
+    ASSERT_NE(nullptr, second);
+    ASSERT_NE(nullptr, second->recv_cipher);
+    EXPECT_NE(0, memcmp(second->recv_cipher->keystream, session->conn->recv_cipher->keystream,
+                        CIPHER_BLOCK_BYTES));
+    EXPECT_EQ(0, TVCILobFree(lob));
+    EXPECT_EQ("300000", Ask(session, "select length(L) from T"));
 }
 
 // Each value of each row can be told from its number.

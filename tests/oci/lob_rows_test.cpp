@@ -363,6 +363,29 @@ TEST(LobRows, ADescriptorWhoseRowsAreGoneIsNotAskedFor) {
     EXPECT_EQ(nullptr, SvcNativeSession(rig.svc)->lob_conn);
 }
 
+TEST(LobRows, ADescriptorThatOutlivesItsSessionIsNotAskedFor) {
+    DescriptorRig rig;
+    rig.stmt = rig.Prepare("SELECT L FROM T WHERE L <> ?");
+    rig.lob = rig.NewLocator();
+    ASSERT_EQ(0, rig.Define(rig.stmt, 1, &rig.lob, 0, DTY_BLOB));
+    ASSERT_EQ(0, rig.Bind(rig.stmt, 1, &rig.lob, 0, DTY_BLOB));
+    const Bytes request = FrameArgs("? ST0 ", 1) + Hex("0000 0001 0022");
+    rig.Exchange(request + Counted(""), RowsRig::Rows({Ascii("AAAAAAAAAAAAA:5")}));
+    EXPECT_EQ(0, rig.Execute(rig.stmt, 1));
+    rig.Exchange(request + Counted(""), RowsRig::Rows({}));
+    EXPECT_EQ(100, rig.Execute(rig.stmt, 1));
+    const LobRecord *lob = rig.lob->native_lob;
+    EXPECT_STREQ("AAAAAAAAAAAAA:5", lob->descriptor) << "the locator has a copy";
+    EXPECT_EQ(0, lob->borrowed);
+    rig.ScriptCommand("COMMIT;");
+    EXPECT_EQ(0, OCILogoff(rig.svc, rig.err));
+    rig.svc = NewHandle<OCISvcCtx>(rig.env, OCI_HTYPE_SVCCTX);
+    EXPECT_EQ("3: ", rig.Read(rig.lob));
+    EXPECT_EQ(nullptr, lob->session);
+    EXPECT_EQ(0, OCIHandleFree(rig.svc, OCI_HTYPE_SVCCTX));
+    rig.svc = nullptr;
+}
+
 TEST(LobRows, AGeometryIsItsBytes) {
     RowsRig rig;
     rig.Select();

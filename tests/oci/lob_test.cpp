@@ -334,6 +334,16 @@ TEST_F(Lob, WriteByRepeatedCallsGathersThePieces) {
     EXPECT_EQ(1, stmt_->lob_dirty);
 }
 
+TEST_F(Lob, ReadWithoutACallbackBetweenThePiecesGivesWhatIsStaged) {
+    uint32_t amount = 5;
+    EXPECT_EQ(99, Write("abc", &amount, 1, OCI_FIRST_PIECE));
+    EXPECT_EQ(0, Read(10, 1, NULL, &amount));
+    EXPECT_EQ(5u, amount) << "of the whole value, whose missing bytes are zero";
+    EXPECT_EQ(0, memcmp(buffer_, "abc\0\0z", 6));
+    EXPECT_EQ(0, Write("de", &amount, 1, OCI_LAST_PIECE));
+    EXPECT_EQ("abcde", Held());
+}
+
 TEST_F(Lob, WriteOfANextPieceWithNoFirstGivesThePieceInfoText) {
     uint32_t amount = 8;
     EXPECT_EQ(-1, Write("abc", &amount, 1, OCI_NEXT_PIECE));
@@ -345,6 +355,20 @@ TEST_F(Lob, WriteOfANextPieceWithNoFirstGivesThePieceInfoText) {
     EXPECT_EQ(3u, lob_->length);
     EXPECT_EQ(-1, Write("d", &amount, 1, OCI_NEXT_PIECE)) << "a length without a staging buffer";
     EXPECT_EQ("The piece info is invalid.", Error());
+}
+
+TEST_F(Lob, WriteOfAPieceIsCountedBeforeItsStagingBufferIsMissed) {
+    WriteAll("abc");
+    EXPECT_EQ(3u, lob_->length);
+    uint32_t amount = 8;
+    EXPECT_EQ(-1, Write("def", &amount, 1, OCI_NEXT_PIECE));
+    EXPECT_EQ(MORE, Error());
+    EXPECT_EQ(-1, Write("de", &amount, 1, OCI_LAST_PIECE));
+    EXPECT_EQ(LESS, Error());
+    EXPECT_EQ(-1, Write("def", &amount, 1, OCI_LAST_PIECE));
+    EXPECT_EQ("The piece info is invalid.", Error());
+    EXPECT_EQ(8u, amount);
+    EXPECT_EQ("abc", Held());
 }
 
 TEST_F(Lob, WriteOfANextPieceThatExactlyFillsTheValueFailsWithTheMoreDataText) {

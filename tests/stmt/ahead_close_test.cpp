@@ -224,7 +224,7 @@ static void ExecDirectBehindABlock() {
     rig->Script(Hex(FETCH_0), Block(0, 2000));
     rig->Script(Hex(FETCH_0), Block(2000, 2000));
     rig->FetchRows(0, 0);
-    if (!rig->AwaitState(2)) std::_Exit(2);
+    if (!rig->AwaitHeldReader()) std::_Exit(2);
     rig->FetchRows(1, 2000);
     std::thread watcher([rig] {
         if (!Await([rig] { return rig->Waits(WAIT_AHEAD_RELEASE) > 0; })) std::_Exit(3);
@@ -271,7 +271,7 @@ TEST(AheadDisconnect, TakesTheTurnFromAReaderThatHasNotBegun) {
     rig.Script(Hex(FETCH_0), Block(2000, 2000));
     rig.peer.ExpectEnd();
     rig.FetchRows(0, 0);
-    ASSERT_TRUE(rig.AwaitState(2));
+    ASSERT_TRUE(rig.AwaitHeldReader());
     rig.FetchRows(1, 2000);
     EXPECT_EQ(3, AheadStateOf(rig.stmt));
     EXPECT_EQ(0, TVCIDisconnect(rig.session));

@@ -90,6 +90,11 @@ struct AheadRig : WaitControl, CursorRig {
         return Await([this, state] { return AheadStateOf(stmt) == state; });
     }
 
+    // Waits until the reader, which is to be held, has fetched its first block and is held.
+    bool AwaitHeldReader() {
+        return AwaitState(2) && Await([this] { return Waits(WAIT_AHEAD_TURN) > 0; });
+    }
+
     bool ReadersEnd() {
         return AwaitReaders(stmt);
     }

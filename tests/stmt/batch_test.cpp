@@ -87,6 +87,30 @@ TEST(ExecDirectBatch, SendsNamedRows) {
     EXPECT_EQ(0, TVCIExecDirectBatch(rig.stmt, ":n,:t", -1));
 }
 
+// An array that is bound by name takes the first parameter without one, even where a parameter
+// behind it has the name already. The text has the name once: the later bind is sent.
+TEST(ExecDirectBatch, OfTwoBindsOfOneNameTheLaterIsSentAndNoneIsLeftBehind) {
+    StmtRig rig;
+    const int64_t blocks = MemLiveBlocks();
+    int8_t first = 7;
+    int8_t later = 8;
+    ASSERT_EQ(0, TVCIBindParamArray(rig.stmt, 1, 2, 1, 1, &first, 1, TVCI_C_TINYINT, nullptr,
+                                    nullptr, 2));
+    ASSERT_EQ(
+        0, TVCIBindParamByName(rig.stmt, "a", 1, &later, 1, TVCI_C_TINYINT, nullptr, nullptr, 2));
+    for (const char *name : {"a", "b"}) {
+        ASSERT_EQ(0, TVCIBindParamArrayByName(rig.stmt, name, 3, 1, 1, &first, 1, TVCI_C_TINYINT,
+                                              nullptr, nullptr, 2));
+    }
+    rig.Script(Hex("3F 00000008 ':a,:b,:c' 00 00010003 0001 'a' 0001 0003 00000001 08 "
+                   "0001 'b' 0001 0003 00000001 07"),
+               Hex("'K'"));
+    EXPECT_EQ(0, TVCIExecDirectBatch(rig.stmt, ":a,:b,:c", -1));
+    EXPECT_EQ(0, TVCIStmtClose(rig.stmt, 1));
+    EXPECT_EQ(&rig.stmt->binds, rig.stmt->binds.next);
+    EXPECT_EQ(blocks, MemLiveBlocks());
+}
+
 TEST(ExecDirectBatch, LengthCutsTheText) {
     BatchRig rig;
     rig.Script(Hex(REQUEST), Hex("'K'"));

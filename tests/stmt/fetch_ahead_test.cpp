@@ -82,7 +82,7 @@ TEST(FetchAhead, ReaderFetchesTheNextBlockWhileTheFirstIsRead) {
     rig.Script(Hex(FETCH_0), Block(0, 2000));
     rig.Script(Hex(FETCH_0), Block(2000, 2000));
     rig.FetchRows(0, 0);
-    ASSERT_TRUE(rig.AwaitState(2));
+    ASSERT_TRUE(rig.AwaitHeldReader());
     ResultSet *first = rig.stmt->current;
     ResultSet *second = rig.stmt->ahead_result;
     ASSERT_NE(nullptr, second);
@@ -105,6 +105,9 @@ TEST(FetchAhead, ReaderFetchesTheNextBlockWhileTheFirstIsRead) {
     rig.LetReaderGo();
     ASSERT_TRUE(rig.AwaitState(7));
     EXPECT_EQ(0, first->store.row_count.load());
+    // What the answer without rows had brought is gone too.
+    EXPECT_EQ(nullptr, first->fields);
+    EXPECT_EQ(nullptr, first->arena);
     EXPECT_TRUE(rig.ReadersEnd());
     rig.FetchRows(2001, 3999);
     EXPECT_EQ(100, TVCIFetch(rig.stmt));
@@ -216,7 +219,7 @@ TEST(FetchAhead, ReaderWaitsForTheRowReaderOfAnotherStatement) {
     rig.Script(Hex(FETCH_0), Block(0, 2000));
     rig.Script(Hex(FETCH_0), Block(2000, 2000));
     rig.FetchRows(0, 0);
-    ASSERT_TRUE(rig.AwaitState(2));
+    ASSERT_TRUE(rig.AwaitHeldReader());
     rig.peer.Expect(Hex(REQUEST_X));
     rig.peer.Send(Hex(ONE_FIELD) + IntRows(0, 2000) + Hex("'R'"));
     rig.peer.Gate("rest");

@@ -11,6 +11,7 @@
 #include "records/values.h"
 #include "stmt/lob.h"
 #include "stmt/stmt_rig.h"
+#include "wire/cipher.h"
 #include "wire/connection.h"
 #include "wire/pool.h"
 
@@ -215,6 +216,42 @@ TEST(LobFetch, ASizeThatDoesNotFitTheCommandIsCut) {
     rig.ScriptAnswer(HelloAnswer(),
                      ("get lob '0123456789ABC'  offset 0 limit 5" + std::string(58, ' ')).c_str());
     EXPECT_EQ("hello", Got(rig.NewLob(("0123456789ABC:" + size).c_str())));
+}
+
+// Bytes as they stand on the wire at a place of the keystream of the key 00 to 1F.
+static Bytes Enciphered(Bytes plain, size_t place) {
+    const Bytes keystream =
+        Hex("38CBD98552349D107312D71ED3854549037E7979CB24924A084546CCF8C85AAF5CCBB1D1CF6B4646"
+            "1A86E2225355929211D73D4CAD01BAED2FE739826CE3D80B7ACB39CD85A1FEC8");
+    for (size_t i = 0; i < plain.size(); i++) {
+        plain[i] = (uint8_t)(plain[i] ^ keystream.at(place + i));
+    }
+    return plain;
+}
+
+TEST(LobFetch, OverAnEncipheredConnectionEveryByteGoesThroughTheKeystream) {
+    const Bytes key = Hex("000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F");
+    const Bytes answer =
+        Enciphered(Hex("'A' 00000001 00000001 'L' 00000022 FFFFFFFF 00000000 "
+                       "'R' 00000001 00000003 'hel' 00000001 00000002 'lo' 00000000 'K'"),
+                   0);
+    for (size_t cut = 1; cut < answer.size(); cut++) {
+        LobRig rig;
+        Connection *conn = rig.OpenSecond();
+        conn->use_ssl = 1;
+        ASSERT_TRUE(CipherSetup(conn, key.data(), 32));
+        rig.lob_peer.Expect(Enciphered(
+            Hex("3F 00000029 'get lob ''0123456789ABC''  offset 0 limit 5' 00 00000000"), 0));
+        rig.lob_peer.SendInPieces(answer, {cut});
+        int32_t size = 5;
+        uint8_t *data = nullptr;
+        ASSERT_EQ(0, FetchLobData(conn, FIVE_BYTES, &size, &data)) << "cut at byte " << cut;
+        EXPECT_EQ(5, size);
+        EXPECT_STREQ("hello", (const char *)data) << "cut at byte " << cut;
+        MemFree(data);
+        EXPECT_EQ(51, conn->send_cipher->pos);
+        EXPECT_EQ(49, conn->recv_cipher->pos);
+    }
 }
 
 TEST(LobFetch, AChunkStreamLargerThanAnnouncedGrowsTheTarget) {

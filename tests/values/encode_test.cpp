@@ -578,6 +578,9 @@ TEST(ParamSend, ALargeValueDeclaredAsTextIsItsRecord) {
     const Bytes sent = Sent(12, TVCI_C_LOB, LobOf(data));
     EXPECT_EQ(54u, sent.size());
     EXPECT_EQ(Hex("001E 00000030 00000000 C8000000"), Bytes(sent.begin(), sent.begin() + 14));
+    Parameter sized(12, TVCI_C_LOB);
+    sized.Value(LobOf(data)).bind.value_size = 1000;
+    EXPECT_EQ(sent, sized.Sent());
 }
 
 TEST(ParamSend, Geometry) {
@@ -588,6 +591,14 @@ TEST(ParamSend, Geometry) {
         ExpectSendsText(sql_type, "abc", "001E 00000003 'abc'");
         ExpectSends<int32_t>(sql_type, TVCI_C_INT, 7, "001E 00000001 07");
     }
+}
+
+TEST(ParamSend, AGeometryWhoseTextIsTooLongForItsLengthIsANull) {
+    // The data are never read: the length is looked at first.
+    Bytes data = Hex("00FF1A");
+    LobRecord lob = LobOf(data);
+    lob.length = 0x40000000;
+    ExpectSends(33, TVCI_C_LOB, lob, "001E 00000000 00000000");
 }
 
 TEST(ParamSend, AGeometryWithoutMemoryIsANullAndNothingLeaks) {

@@ -14,6 +14,7 @@
 #include "values/bind.h"
 #include "values/decode.h"
 #include "values/matrix.h"
+#include "wire/cipher.h"
 #include "wire/connection.h"
 
 // A statement with one output parameter, and a connection on which its value lies.
@@ -38,6 +39,7 @@ struct OutRig {
     ~OutRig() {
         MemFailAt(0);
         SocketSetHooks(NULL, NULL);
+        CipherFree(&conn);
         ParamsFree(&stmt);
         EXPECT_EQ(blocks, MemLiveBlocks());
     }
@@ -478,6 +480,41 @@ TEST(ReadOutParameter, WithoutMemoryNoStatusIsWrittenAndTheValueIsNotRead) {
     EXPECT_TRUE(rig.Untouched());
 }
 
+// Bytes as they stand on the wire at a place of the keystream of the key 00 to 1F.
+static Bytes Enciphered(Bytes plain, size_t place) {
+    const Bytes keystream = Hex("38CBD98552349D107312D71ED3854549037E7979CB24924A084546CCF8C85AAF");
+    for (size_t i = 0; i < plain.size(); i++) {
+        plain[i] = (uint8_t)(plain[i] ^ keystream.at(place + i));
+    }
+    return plain;
+}
+
+static void StartCipher(Connection *conn) {
+    const Bytes key = Hex("000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F");
+    conn->use_ssl = 1;
+    ASSERT_TRUE(CipherSetup(conn, key.data(), 32));
+}
+
+TEST(ReadOutParameter, AValueGoesThroughTheKeystream) {
+    OutRig rig;
+    StartCipher(&rig.conn);
+    rig.Bind(TVCI_C_CHAR, 5);
+    EXPECT_TRUE(rig.Read(Enciphered(Hex("00000000 0000001E 00000003 'abc'"), 0)));
+    ExpectOut(rig, 0, 3, Hex("'abc' 0000"), Place::current());
+    EXPECT_TRUE(rig.Read(Enciphered(Hex("00000000 00000005 00000004 0000002A"), 15)));
+    ExpectOut(rig, 0, 2, Hex("'42' 000000"), Place::current());
+    EXPECT_EQ(31, rig.conn.recv_cipher->pos);
+}
+
+TEST(ReadOutParameter, AValueWithoutAVariableDoesNotGoThroughTheKeystream) {
+    OutRig rig;
+    StartCipher(&rig.conn);
+    rig.Bind(TVCI_C_CHAR, 5);
+    EXPECT_TRUE(rig.Read(Enciphered(Hex("00000001 0000001E 00000003"), 0) + Ascii("abc")));
+    EXPECT_EQ(12, rig.conn.recv_cipher->pos);
+    EXPECT_TRUE(rig.Untouched());
+}
+
 TEST(ReadOutParameter, AHugeLengthThatNeverComesIsAFailedRead) {
     OutRig rig;
     rig.Bind(TVCI_C_CHAR, 5);
@@ -546,4 +583,12 @@ TEST(ReadOutParameter, ALargeObjectRecordLeavesWhatItBorrowed) {
     out.lob->data = (uint8_t *)MemCopyText("abc");
     EXPECT_TRUE(out.rig.Read(OutValue(32, "'z'")));
     out.Expect(1, "'z'");
+}
+
+TEST(ReadOutParameter, TheDescriptorOfALocalRecordIsNobodysToFree) {
+    OutLob out;
+    char named[] = "1234567890123 3";
+    out.lob->descriptor = named;
+    EXPECT_TRUE(out.rig.Read(OutValue(32, "'xy'")));
+    out.Expect(1, "'xy'");
 }
