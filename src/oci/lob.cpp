@@ -11,6 +11,7 @@ static const char less_data_text[] =
     "While writing into a LOB, less data was provided than indicated.";
 static const char more_data_text[] =
     "While writing into a LOB, more data was provided than indicated.";
+static const char bad_piece_text[] = "The piece info is invalid.";
 
 // A callback that reads, with its buffer.
 struct ReadTarget {
@@ -199,10 +200,12 @@ static int32_t StagingStart(OCILobLocator *locp, const WriteSource *source) {
     return OCI_SUCCESS;
 }
 
-// A piece that another follows; it must leave room for that.
+// A piece that another follows; it must leave room for that. Where a length was left by another use
+// of the locator, be it in the callback that provides the pieces, there is no staging buffer.
 static int32_t StagingNext(OCIError *errhp, OCILobLocator *locp, const WriteSource *source) {
     uint64_t end = (uint64_t)locp->position + source->buflen;
     if (end >= locp->length) return ErrorFail(errhp, more_data_text, OCI_ERROR);
+    if (!locp->staging) return ErrorFail(errhp, bad_piece_text, OCI_ERROR);
     StagingPut(locp, locp->position, source);
     locp->position = (uint32_t)end;
     return OCI_SUCCESS;
@@ -211,6 +214,7 @@ static int32_t StagingNext(OCIError *errhp, OCILobLocator *locp, const WriteSour
 static int32_t StagingLast(OCIError *errhp, OCILobLocator *locp, const WriteSource *source) {
     uint64_t end = (uint64_t)locp->position + source->buflen;
     if (end < locp->length) return ErrorFail(errhp, less_data_text, OCI_ERROR);
+    if (!locp->staging) return ErrorFail(errhp, bad_piece_text, OCI_ERROR);
     StagingPut(locp, locp->position, source);
     return OCI_SUCCESS;
 }
@@ -225,8 +229,6 @@ static int32_t WriteByCallback(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator 
         if (source->piece != OCI_NEXT_PIECE && source->piece != OCI_LAST_PIECE) {
             return ErrorFail(errhp, "Parameter piece is invalid.", OCI_ERROR);
         }
-        // The callback may have used the locator for another write.
-        if (!locp->staging) return ErrorFail(errhp, "The piece info is invalid.", OCI_ERROR);
         int32_t result = source->piece == OCI_NEXT_PIECE ? StagingNext(errhp, locp, source)
                                                          : StagingLast(errhp, locp, source);
         if (result != OCI_SUCCESS) return result;
@@ -242,9 +244,7 @@ static int32_t WriteByCalls(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *lo
         int32_t result = StagingStart(locp, source);
         return result == OCI_SUCCESS ? OCI_NEED_DATA : result;
     }
-    if (locp->length == 0 || !locp->staging) {
-        return ErrorFail(errhp, "The piece info is invalid.", OCI_ERROR);
-    }
+    if (locp->length == 0) return ErrorFail(errhp, bad_piece_text, OCI_ERROR);
     if (source->piece == OCI_NEXT_PIECE) {
         int32_t result = StagingNext(errhp, locp, source);
         if (result != OCI_SUCCESS) return result;

@@ -16,7 +16,8 @@ int32_t OciStmtGetPieceInfo(OCIStmt *stmtp, OCIError *errhp, void **hndlpp, uint
 int32_t OciStmtSetPieceInfo(void *hndlp, uint32_t type, OCIError *errhp, const void *bufp,
                             uint32_t *alenp, uint8_t piece, const void *indp, void *rcodep);
 
-// The locator's native LOB for reading. When the rows that it borrows from are gone, it is empty.
+// The locator's native LOB for reading. When the rows that it borrows from are gone, it is empty;
+// when the statement that brought its descriptor is gone, it has no session to read that from.
 LobRecord *LobHolder(OCILobLocator *locp);
 // TVCIFetch for a statement that has defined large values. The holders let go of what they owned
 // when a value comes in its place, and remember whose rows they borrow from.

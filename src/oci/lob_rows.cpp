@@ -18,11 +18,23 @@ static bool RowsAreThere(const OCILobLocator *locp) {
            stmtp->row_block == locp->rows_block;
 }
 
+// Whether the session that a descriptor can be read from is known to be there: it is while it has
+// the statement that brought the descriptor.
+static bool SessionIsThere(const OCILobLocator *locp) {
+    const OCIStmt *stmtp = (const OCIStmt *)NameRecord(&locp->rows_of);
+    const TVCIStmt *native = stmtp != NULL ? StmtNative(stmtp) : NULL;
+    return native != NULL && native->session == locp->native_lob->session;
+}
+
 LobRecord *LobHolder(OCILobLocator *locp) {
     LobRecord *lob = locp->native_lob;
     if (lob->borrowed && !RowsAreThere(locp)) {
         TVCILobReset(lob);
         lob->borrowed = 0;
+    }
+    // A copy of a descriptor outlives its rows.
+    if (!SessionIsThere(locp)) {
+        lob->session = NULL;
     }
     return lob;
 }

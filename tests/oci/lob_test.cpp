@@ -457,6 +457,31 @@ TEST_F(Lob, WriteByACallbackThatStopsEarlyCommitsWhatItHas) {
     EXPECT_EQ(6u, amount);
 }
 
+TEST_F(Lob, WriteByACallbackThatWritesAnotherValueReachesNoFreedByte) {
+    struct Handles {
+        OCISvcCtx *svc;
+        OCIError *err;
+        OCILobLocator *lob;
+    } handles = {svc_, err_, lob_};
+    auto rewrite = [](void *ctxp, void *bufp, uint32_t *lenp, uint8_t *piecep) -> int32_t {
+        const Handles *other = (const Handles *)ctxp;
+        char bytes[] = "another";
+        uint32_t amount = 7;
+        EXPECT_EQ(0, OCILobWrite(other->svc, other->err, other->lob, &amount, 1, bytes, 7,
+                                 OCI_ONE_PIECE, NULL, NULL, 0, 0));
+        memcpy(bufp, "cdefgh", 6);
+        *lenp = 6;
+        *piecep = OCI_LAST_PIECE;
+        return OCI_CONTINUE;
+    };
+    char buffer[8] = "ab";
+    uint32_t amount = 8;
+    EXPECT_EQ(-1, OCILobWrite(svc_, err_, lob_, &amount, 1, buffer, 2, OCI_FIRST_PIECE, &handles,
+                              rewrite, 0, 0));
+    EXPECT_EQ("The piece info is invalid.", Error());
+    EXPECT_EQ("another", Held());
+}
+
 TEST_F(Lob, WriteByCallbackRefusesBadPieces) {
     struct Case {
         Writer::Piece piece;

@@ -192,6 +192,19 @@ TEST(Cursor, LostConnectionDoesNotKeepTheOpeningFromBeingSent) {
     EXPECT_TRUE(rig.PermitIsFree());
 }
 
+static void ExecuteWithADeclarationCutShort() {
+    CursorRig rig(CURSOR_PLAIN);
+    rig.PrepareCursor();
+    rig.Script(Hex(DECLARE_0), Hex("'E' FFFFFFFF"));
+    rig.Script(Hex(OPEN_0), Hex("'K'"));
+    EndAtWaits();
+    TVCIExecute(rig.stmt);
+}
+
+TEST(Cursor, DeclarationWhoseAnswerIsCutShortWaitsForItsOwnEnd) {
+    EXPECT_WAITS_FOR_EVER(ExecuteWithADeclarationCutShort(), WAIT_RESPONSE_DONE);
+}
+
 TEST(Cursor, ConnectionThatIsLostAtTheOpeningIsReported) {
     CursorRig rig(CURSOR_PLAIN);
     rig.PrepareCursor();
@@ -205,13 +218,31 @@ TEST(Cursor, ConnectionThatIsLostAtTheOpeningIsReported) {
 }
 
 TEST(Cursor, WithoutAConnectionIsRefused) {
+    for (const CursorMode mode : {CURSOR_PLAIN, CURSOR_AHEAD}) {
+        CursorRig rig(mode);
+        rig.Open();
+        rig.peer.ExpectEnd();
+        EXPECT_EQ(0, TVCIDisconnect(rig.session));
+        EXPECT_EQ(100, TVCIFetch(rig.stmt)) << mode;
+        EXPECT_EQ(-1, TVCIFetch(rig.stmt)) << mode;
+        EXPECT_EQ(-4, TVCIExecute(rig.stmt)) << mode;
+    }
+}
+
+TEST(Cursor, DoesNotLinkItsResults) {
+    const Bytes two_blocks = Hex(ONE_FIELD) + IntRows(0, 1) + Block(1, 1);
     CursorRig rig(CURSOR_PLAIN);
-    rig.Open();
-    rig.peer.ExpectEnd();
-    EXPECT_EQ(0, TVCIDisconnect(rig.session));
-    EXPECT_EQ(100, TVCIFetch(rig.stmt));
-    EXPECT_EQ(-1, TVCIFetch(rig.stmt));
-    EXPECT_EQ(-4, TVCIExecute(rig.stmt));
+    rig.PrepareCursor();
+    rig.Script(Hex(DECLARE_0), Hex("'K'"));
+    rig.Script(Hex(OPEN_0), two_blocks);
+    EXPECT_EQ(0, TVCIExecute(rig.stmt));
+    EXPECT_NE(nullptr, rig.Result(1));
+    EXPECT_EQ(-7, TVCINextResult(rig.stmt));
+    rig.FetchRows(0, 0);
+    rig.Script(Hex(FETCH_0), two_blocks);
+    rig.FetchRows(0, 0);
+    EXPECT_NE(nullptr, rig.Result(1));
+    EXPECT_EQ(-7, TVCINextResult(rig.stmt));
 }
 
 TEST(Cursor, ShortMemoryForItsNameSendsNothing) {
@@ -423,6 +454,34 @@ TEST(CursorFetch, AnAnswerThatIsCutShortIsWaitedForWithoutEnd) {
     EXPECT_WAITS_FOR_EVER(FetchLostBehind(Hex(ONE_FIELD) + IntRows(0, 3)), WAIT_ROWS_AHEAD);
     EXPECT_WAITS_FOR_EVER(FetchLostBehind(Hex(ONE_FIELD) + IntRows(0, 3) + Hex("'R' 0000")),
                           WAIT_ROWS_AHEAD);
+}
+
+// With fetching ahead. The first text of negative length ends the rows, the second the answer.
+TEST(CursorFetch, ATextCutShortBehindTheRowsOfAFirstBlockTakesThemWithIt) {
+    CursorRig rig(CURSOR_AHEAD);
+    rig.Open();
+    rig.Script(Hex(FETCH_0), Hex(ONE_FIELD) + IntRows(0, 103) + Hex("'E' FFFFFFFF 'E' FFFFFFFF"));
+    EXPECT_EQ(100, TVCIFetch(rig.stmt));
+    EXPECT_EQ(-1, rig.number);
+    ASSERT_NE(nullptr, rig.stmt->current);
+    EXPECT_EQ(0, rig.stmt->current->store.row_count.load());
+    EXPECT_EQ(nullptr, rig.stmt->current->fields);
+    EXPECT_EQ(1, rig.stmt->response_done.load());
+    EXPECT_TRUE(rig.PermitIsFree());
+}
+
+TEST(CursorFetch, AnErrorInAFirstBlockDoesNotMakeItsRowsComplete) {
+    for (const char *letter : {"'E'", "'F'", "'M'", "'W'"}) {
+        CursorRig rig(CURSOR_AHEAD);
+        rig.Open();
+        rig.Script(Hex(FETCH_0), Hex(letter) + Hex("0000000D '[E13001]twice'") + Hex(ONE_FIELD) +
+                                     IntRows(0, 103) + Hex("'B'"));
+        rig.FetchRows(0, 0);
+        EXPECT_EQ("E13001|[E13001]twice", rig.Error());
+        EXPECT_EQ(0, rig.stmt->rows_complete.load()) << letter;
+        EXPECT_EQ(1, rig.stmt->response_done.load()) << letter;
+        EXPECT_TRUE(rig.PermitIsFree());
+    }
 }
 
 TEST(CursorFetch, TwoStatementsOfASessionTakeTurns) {

@@ -93,6 +93,19 @@ TEST(Prepare, FieldsDeclareTheCursorOfAStatementThatUsesOne) {
     rig.peer.Close();
 }
 
+TEST(Prepare, FieldListThatFailsDeclaresTheCursorAllTheSame) {
+    StmtRig rig;
+    rig.stmt->use_server_cursor = 1;
+    rig.Script(Hex("3F 00000010 'PREPARE ST0 AS X' 00 00000000"), Hex("'A' FFFFFFFF 'K'"));
+    EXPECT_EQ(0, TVCIPrepare(rig.stmt, "X", -1));
+    EXPECT_EQ(1, rig.stmt->prepared);
+    EXPECT_EQ(1, rig.stmt->cursor_declared);
+    ASSERT_NE(nullptr, rig.Result(0));
+    EXPECT_EQ(2, rig.Result(0)->kind);
+    EXPECT_EQ(nullptr, rig.Result(0)->fields);
+    rig.peer.Close();
+}
+
 TEST(Prepare, ErrorInFrontOfTheEndFails) {
     StmtRig rig;
     rig.Script(Hex("3F 00000010 'PREPARE ST0 AS X' 00 00000000"),
