@@ -299,9 +299,12 @@ static void WriteBlocks(RowWriter *writer) {
     writer->row_start = 0;
 }
 
+// What is gathered goes out in one write, whose length is a signed word, also where a long row has
+// left a larger buffer behind.
 static bool HasRoom(const RowWriter *writer, size_t bytes) {
     const size_t used = writer->row_start + writer->row_bytes;
-    return used <= writer->stmt->row_buffer_bytes && writer->stmt->row_buffer_bytes - used >= bytes;
+    const size_t room = std::min(writer->stmt->row_buffer_bytes, INT32_MAX - COUNT_BYTES);
+    return used <= room && room - used >= bytes;
 }
 
 // Makes room for `bytes` more in the row at hand. A row that has the buffer to itself doubles it.
