@@ -4,8 +4,6 @@
 //
 // A row is an int32, an int64, a double, a text of 20 and a DATETIME. Printed is the processor time
 // that the client's process uses for a row, beside the same bytes sent by hand in writes of 4096.
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -17,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "support/native.h"
 #include "support/replay.h"
 #include "tavu/tvci.h"
 
@@ -67,45 +66,21 @@ static Arrays MakeArrays(int32_t rows) {
     return arrays;
 }
 
-static void Must(int32_t status, const char *what) {
-    if (status == TVCI_SUCCESS) return;
-    fprintf(stderr, "%s gives %d\n", what, (int)status);
-    exit(1);
-}
-
-struct Client {
-    TVCIEnv *env = NULL;
-    TVCISession *session = NULL;
-    TVCIStmt *stmt = NULL;
-};
-
-static Client ClientOpen(uint16_t port) {
-    Client client;
-    TVCIServer *server = NULL;
-    uint32_t server_port = port;
-    Must(TVCIHandleAlloc(NULL, (void **)&client.env, TVCI_HTYPE_ENV), "environment");
-    Must(TVCIHandleAlloc(client.env, (void **)&server, TVCI_HTYPE_SERVER), "server");
-    Must(TVCIAttrSet(server, 21, "127.0.0.1", -1), "address");
-    Must(TVCIAttrSet(server, 22, &server_port, -1), "port");
-    Must(TVCIAttrSet(server, 24, "SYSTEM", -1), "database");
-    Must(TVCIHandleAlloc(server, (void **)&client.session, TVCI_HTYPE_SESSION), "session");
-    Must(TVCIConnect(client.session, "SYSDBA", "SYSDBA"), "TVCIConnect");
-    Must(TVCIHandleAlloc(client.session, (void **)&client.stmt, TVCI_HTYPE_STMT), "statement");
-    return client;
-}
-
 static void BindColumn(TVCIStmt *stmt, int32_t position, int32_t rows, const void *values,
                        int32_t c_type, int32_t *lengths, int32_t sql_type) {
-    Must(TVCIBindParamArray(stmt, position, COLUMNS, 1, rows, (void *)values, TEXT_BYTES, c_type,
-                            NULL, lengths, sql_type),
-         "TVCIBindParamArray");
+    NativeMust(TVCIBindParamArray(stmt, position, COLUMNS, 1, rows, (void *)values, TEXT_BYTES,
+                                  c_type, NULL, lengths, sql_type),
+               "TVCIBindParamArray");
 }
 
 // The processor time of `executions` runs.
 static int64_t Execute(const Replay &replay, Arrays &arrays, int32_t executions) {
     int32_t rows = (int32_t)arrays.small.size();
-    Client client = ClientOpen(replay.port);
-    TVCIStmt *stmt = client.stmt;
+    const NativeClient client = NativeClientMake(replay.port, false);
+    TVCISession *session = NativeSessionMake(client, false);
+    TVCIStmt *stmt = NULL;
+    NativeMust(TVCIConnect(session, "SYSDBA", "SYSDBA"), "TVCIConnect");
+    NativeMust(TVCIHandleAlloc(session, (void **)&stmt, TVCI_HTYPE_STMT), "statement");
     BindColumn(stmt, 1, rows, arrays.small.data(), TVCI_C_INT, NULL, 4);
     BindColumn(stmt, 2, rows, arrays.large.data(), TVCI_C_BIGINT, NULL, 5);
     BindColumn(stmt, 3, rows, arrays.real.data(), TVCI_C_DOUBLE, NULL, 7);
@@ -114,7 +89,7 @@ static int64_t Execute(const Replay &replay, Arrays &arrays, int32_t executions)
     BindColumn(stmt, 5, rows, arrays.when.data(), TVCI_C_DATETIME, NULL, 11);
     int64_t before = CpuNs();
     for (int32_t i = 0; i < executions; i++) {
-        Must(TVCIExecDirectBatch(stmt, INSERT_TEXT, -1), "TVCIExecDirectBatch");
+        NativeMust(TVCIExecDirectBatch(stmt, INSERT_TEXT, -1), "TVCIExecDirectBatch");
     }
     int64_t used = CpuNs() - before;
     TVCIHandleFree(client.env);
@@ -123,18 +98,8 @@ static int64_t Execute(const Replay &replay, Arrays &arrays, int32_t executions)
 
 // The same conversation by hand.
 static int64_t SendOnly(const Replay &replay, size_t parameter_bytes, int32_t executions) {
-    int connection = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(replay.port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(connection, (sockaddr *)&address, sizeof address) != 0) exit(1);
-    int on = 1;
-    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    std::string login = "login version = '301'";
+    const int connection = ReplayConnect(replay);
     char answer;
-    if (send(connection, login.data(), login.size(), 0) < 0) exit(1);
-    if (recv(connection, &answer, 1, 0) != 1) exit(1);
     std::string request = ReplayFrame(INSERT_TEXT);
     request.back() = COLUMNS;
     request += std::string(parameter_bytes, 'x');

@@ -6,8 +6,6 @@
 // that the client's process uses for a row, from the application's lengths and values to the last
 // byte sent, beside the same bytes sent by hand in pieces of 8 MiB. The load looks for the server's
 // last word once a second; that wait uses no processor time.
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -95,15 +93,7 @@ static void Talk(int connection, const std::string &request, size_t answer_bytes
 
 // The same conversation by hand.
 static int64_t SendOnly(const Replay &replay, const std::string &stream) {
-    const int connection = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(replay.port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    Must(connect(connection, (sockaddr *)&address, sizeof address) == 0, "connect");
-    const int on = 1;
-    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    Talk(connection, "login version = '301'", 1);
+    const int connection = ReplayConnect(replay);
     const int64_t before = CpuNs();
     Talk(connection, ReplayFrame("LOAD APPEND TABLE T"), 1);
     Talk(connection, WireInt64(0), 8);

@@ -11,10 +11,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
-#include <string>
 
+#include "support/native.h"
 #include "support/replay.h"
+#include "support/rows.h"
 #include "tavu/tvci.h"
 
 static constexpr int64_t DEFAULT_ROWS = 1000000;
@@ -29,81 +29,31 @@ struct Row {
     double real;
     char words[21];
     DateTimeRec moment;
-    char rowid[16];
+    char rowid[16];  // its digits
 };
 
-static std::string Field(const std::string &name, int32_t type, int32_t size) {
-    return WireText("T." + name) + WireInt32(type) + WireInt32(size) + WireInt32(0);
-}
-
-static std::string FieldList() {
-    return "A" + WireInt32(6) + Field("SMALL", 5, -1) + Field("LARGE", 6, -1) +
-           Field("REAL", 9, -1) + Field("WORDS", 30, 20) + Field("MOMENT", 13, -1) +
-           Field("ROWID", 45, -1);
-}
-
-// The values of a row are drawn from a fixed seed.
-static ReplayResult MakeResult(int64_t rows) {
-    ReplayResult result = {};
-    result.field_list = FieldList();
-    std::mt19937_64 random(20240229);
-    for (int64_t row = 0; row < rows; row++) {
-        char words[21];
-        char rowid[24];
-        snprintf(words, sizeof words, "%020llu", (unsigned long long)random());
-        snprintf(rowid, sizeof rowid, "%08lld", (long long)row);
-        std::string &bytes = result.rows;
-        bytes += 'R';
-        bytes += WireInt32(4) + WireInt32((int32_t)random());
-        bytes += WireInt32(8) + WireInt64((int64_t)random());
-        bytes += WireInt32(8) + WireDouble((double)(random() % 1000000) / 64);
-        bytes += WireText(words);
-        bytes += WireInt32(8) + WireInt64((int64_t)(random() % 4000000000000));
-        bytes += WireText(rowid);
-        if (row == 0) {
-            result.row_bytes = bytes.size();
-        }
-        if (row < BLOCK_ROWS) {
-            result.first_block_bytes = bytes.size();
-        }
-    }
-    return result;
-}
-
-static void Must(int32_t status, const char *what) {
-    if (status == TVCI_SUCCESS) return;
-    fprintf(stderr, "%s gives %d\n", what, (int)status);
-    exit(1);
-}
-
 struct Client {
-    TVCIEnv *env = NULL;
-    TVCIStmt *stmt = NULL;
+    TVCIEnv *env;
+    TVCIStmt *stmt;
 };
 
 // Logs on and prepares the statement.
 static Client Connect(const Replay &replay, int32_t cursor_mode, Row *row) {
-    Client client;
-    TVCIServer *server = NULL;
-    TVCISession *session = NULL;
-    uint32_t port = replay.port;
-    Must(TVCIHandleAlloc(NULL, (void **)&client.env, TVCI_HTYPE_ENV), "environment");
-    Must(TVCIHandleAlloc(client.env, (void **)&server, TVCI_HTYPE_SERVER), "server");
-    Must(TVCIAttrSet(server, 21, "127.0.0.1", -1), "address");
-    Must(TVCIAttrSet(server, 22, &port, -1), "port");
-    Must(TVCIHandleAlloc(server, (void **)&session, TVCI_HTYPE_SESSION), "session");
-    Must(TVCIConnect(session, "SYSDBA", "SYSDBA"), "TVCIConnect");
-    Must(TVCIHandleAlloc(session, (void **)&client.stmt, TVCI_HTYPE_STMT), "statement");
-    TVCIStmt *stmt = client.stmt;
-    Must(TVCIAttrSet(stmt, SERVER_CURSOR, &cursor_mode, -1), "cursor mode");
-    Must(TVCIPrepare(stmt, "SELECT SMALL, LARGE, REAL, WORDS, MOMENT FROM T", -1), "TVCIPrepare");
+    const NativeClient native = NativeClientMake(replay.port, false);
+    TVCISession *session = NativeSessionMake(native, false);
+    TVCIStmt *stmt = NULL;
+    NativeMust(TVCIConnect(session, "SYSDBA", "SYSDBA"), "TVCIConnect");
+    NativeMust(TVCIHandleAlloc(session, (void **)&stmt, TVCI_HTYPE_STMT), "statement");
+    NativeMust(TVCIAttrSet(stmt, SERVER_CURSOR, &cursor_mode, -1), "cursor mode");
+    NativeMust(TVCIPrepare(stmt, "SELECT SMALL, LARGE, REAL, WORDS, MOMENT FROM T", -1),
+               "TVCIPrepare");
     TVCIDefineColumn(stmt, 1, &row->small, 4, TVCI_C_INT, NULL, NULL);
     TVCIDefineColumn(stmt, 2, &row->large, 8, TVCI_C_BIGINT, NULL, NULL);
     TVCIDefineColumn(stmt, 3, &row->real, 8, TVCI_C_DOUBLE, NULL, NULL);
     TVCIDefineColumn(stmt, 4, row->words, 20, TVCI_C_CHAR, NULL, NULL);
     TVCIDefineColumn(stmt, 5, &row->moment, sizeof row->moment, TVCI_C_DATETIME, NULL, NULL);
     TVCIDefineColumn(stmt, 6, row->rowid, 8, TVCI_C_CHAR, NULL, NULL);
-    return client;
+    return {native.env, stmt};
 }
 
 struct Measured {
@@ -120,13 +70,13 @@ static Measured Fetch(const Replay &replay, int32_t cursor_mode, int64_t rows_ma
     const Client client = Connect(replay, cursor_mode, &row);
     const int64_t cpu_before = CpuNs();
     const int64_t wall_before = NowNs();
-    Must(TVCIExecute(client.stmt), "TVCIExecute");
+    NativeMust(TVCIExecute(client.stmt), "TVCIExecute");
     while (measured.rows < rows_max && TVCIFetch(client.stmt) == TVCI_SUCCESS) {
         uint64_t bits;
         memcpy(&bits, &row.real, sizeof bits);
         measured.checksum += (uint32_t)row.small + (uint64_t)row.large + bits +
                              (uint8_t)row.words[19] + (uint32_t)row.moment.day +
-                             (uint8_t)row.rowid[7];
+                             (uint8_t)row.rowid[0];
         measured.rows++;
     }
     measured.cpu_ns = CpuNs() - cpu_before;
@@ -153,9 +103,10 @@ int main(int argc, char **argv) {
         return 2;
     }
     ahead_rows = ahead_rows < rows ? ahead_rows : rows;
-    const ReplayResult result = MakeResult(rows);
+    const ReplayResult result = MakeRows(rows);
     Replay replay = ReplayStart(result);
-    printf("rows %lld, bytes a row %zu\n", (long long)rows, result.row_bytes);
+    printf("rows %lld, bytes a row %.1f\n", (long long)rows,
+           (double)result.rows.size() / (double)rows);
     for (int repeat = 0; repeat < REPEATS; repeat++) {
         const Measured plain = Fetch(replay, 0, rows);
         const Measured cursor = Fetch(replay, 1, rows);

@@ -7,7 +7,6 @@
 // time from the 2000th row's departure to the first row's arrival in the application, beside the
 // same bytes received in reads of 8192 and thrown away. The row reader is a second thread of the
 // client; where the fetch catches up with it, the fetch sleeps, so wall time says nothing here.
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -48,17 +47,9 @@ static int64_t ResidentBytes() {
 
 // The same conversation by hand, its bytes thrown away.
 static int64_t ReceiveOnly(const Replay &replay, const ReplayResult &result) {
-    int connection = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(replay.port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(connection, (sockaddr *)&address, sizeof address) != 0) exit(1);
-    std::string login = "login version = '301'";
+    const int connection = ReplayConnect(replay);
     std::string request = ReplayFrame("? ST0 ");
     char bytes[8192];
-    if (send(connection, login.data(), login.size(), 0) < 0) exit(1);
-    if (recv(connection, bytes, 1, 0) != 1) exit(1);
     int64_t before = CpuNs();
     if (send(connection, request.data(), request.size(), 0) < 0) exit(1);
     size_t left = result.field_list.size() + result.rows.size() + 1;

@@ -6,7 +6,6 @@
 // processor time that the client's process uses for it, beside the same bytes received by hand into
 // one buffer in reads of 102400, and the most memory that the process had while it fetched, above
 // what it had before.
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,6 +17,7 @@
 #include <random>
 #include <string>
 
+#include "support/native.h"
 #include "support/replay.h"
 #include "tavu/tvci.h"
 
@@ -54,12 +54,6 @@ static ReplayResult MakeResult(int32_t bytes) {
     return result;
 }
 
-static void Must(int32_t status, const char *what) {
-    if (status == TVCI_SUCCESS) return;
-    fprintf(stderr, "%s gives %d\n", what, (int)status);
-    exit(1);
-}
-
 // A line of /proc/self/status, in bytes.
 static int64_t StatusBytes(const char *name) {
     FILE *status = fopen("/proc/self/status", "r");
@@ -93,17 +87,8 @@ static uint64_t ChecksumOf(const void *data, int32_t bytes) {
 
 // The same conversation by hand: the answer as it comes, in one buffer.
 static int64_t ReceiveOnly(const Replay &replay, const ReplayResult &result) {
-    int connection = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(replay.port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(connection, (sockaddr *)&address, sizeof address) != 0) exit(1);
-    const std::string login = "login version = '301'";
+    const int connection = ReplayConnect(replay);
     const std::string request = ReplayFrame("get lob 'L000000000001'  offset 0 limit 1");
-    char verdict;
-    if (send(connection, login.data(), login.size(), 0) < 0) exit(1);
-    if (recv(connection, &verdict, 1, 0) != 1) exit(1);
     const int64_t before = CpuNs();
     std::unique_ptr<char[]> buffer(new char[result.large_value.size()]);
     if (send(connection, request.data(), request.size(), 0) < 0) exit(1);
@@ -127,28 +112,24 @@ struct Client {
 
 static Client Connect(const Replay &replay) {
     Client client;
-    TVCIServer *server = NULL;
-    const uint32_t port = replay.port;
+    const NativeClient native = NativeClientMake(replay.port, false);
     const uint32_t on = 1;
-    Must(TVCIHandleAlloc(NULL, (void **)&client.env, TVCI_HTYPE_ENV), "TVCIHandleAlloc");
-    Must(TVCIHandleAlloc(client.env, (void **)&server, TVCI_HTYPE_SERVER), "TVCIHandleAlloc");
-    Must(TVCIAttrSet(server, 21, "127.0.0.1", -1), "TVCIAttrSet");
-    Must(TVCIAttrSet(server, 22, &port, -1), "TVCIAttrSet");
-    Must(TVCIHandleAlloc(server, (void **)&client.session, TVCI_HTYPE_SESSION), "TVCIHandleAlloc");
-    Must(TVCIAttrSet(client.session, 40, &on, -1), "TVCIAttrSet");
-    Must(TVCIConnect(client.session, "SYSDBA", "SYSDBA"), "TVCIConnect");
-    Must(TVCIHandleAlloc(client.session, (void **)&client.stmt, TVCI_HTYPE_STMT),
-         "TVCIHandleAlloc");
-    Must(TVCIPrepare(client.stmt, "SELECT BODY FROM T", -1), "TVCIPrepare");
+    client.env = native.env;
+    client.session = NativeSessionMake(native, false);
+    NativeMust(TVCIAttrSet(client.session, 40, &on, -1), "TVCIAttrSet");
+    NativeMust(TVCIConnect(client.session, "SYSDBA", "SYSDBA"), "TVCIConnect");
+    NativeMust(TVCIHandleAlloc(client.session, (void **)&client.stmt, TVCI_HTYPE_STMT),
+               "TVCIHandleAlloc");
+    NativeMust(TVCIPrepare(client.stmt, "SELECT BODY FROM T", -1), "TVCIPrepare");
     client.lob = TVCILobAlloc();
-    Must(TVCIDefineColumn(client.stmt, 1, client.lob, 0, TVCI_C_LOB, NULL, NULL),
-         "TVCIDefineColumn");
+    NativeMust(TVCIDefineColumn(client.stmt, 1, client.lob, 0, TVCI_C_LOB, NULL, NULL),
+               "TVCIDefineColumn");
     return client;
 }
 
 static void FetchRow(const Client &client) {
-    Must(TVCIExecute(client.stmt), "TVCIExecute");
-    Must(TVCIFetch(client.stmt), "TVCIFetch");
+    NativeMust(TVCIExecute(client.stmt), "TVCIExecute");
+    NativeMust(TVCIFetch(client.stmt), "TVCIFetch");
 }
 
 struct Measured {
@@ -165,7 +146,7 @@ static Measured GetValue(const Client &client) {
     ForgetPeak();
     const int64_t resident_before = StatusBytes("VmRSS:");
     const int64_t cpu_before = CpuNs();
-    Must(TVCILobGet(client.lob, &measured.bytes, &data), "TVCILobGet");
+    NativeMust(TVCILobGet(client.lob, &measured.bytes, &data), "TVCILobGet");
     measured.cpu_ns = CpuNs() - cpu_before;
     measured.peak_bytes = StatusBytes("VmHWM:") - resident_before;
     measured.checksum = data == NULL ? 0 : ChecksumOf(data, measured.bytes);

@@ -23,8 +23,6 @@
 #include "wire/block_power.h"
 #include "wire/cipher.h"
 
-static constexpr size_t BLOCK_ROWS = 2000;
-
 static void Must(bool good, const char *what) {
     if (good) return;
     perror(what);
@@ -201,12 +199,17 @@ static bool SendRows(const Peer &peer, const ReplayResult &result, ReplayClock *
     return SendAll(peer, rows->data() + first, rows->size() - first) && SendText(peer, "K");
 }
 
-// Sends the rows of a cursor behind the first `*sent` bytes.
-static bool SendBlock(const Peer &peer, const ReplayResult &result, size_t *sent) {
-    const size_t bytes = std::min(result.rows.size() - *sent, BLOCK_ROWS * result.row_bytes);
-    const char *rows = result.rows.data() + *sent;
-    *sent += bytes;
-    return SendText(peer, result.field_list) && SendAll(peer, rows, bytes) && SendText(peer, "K");
+// Sends the next block of a cursor, of which there have been `*blocks`.
+static bool SendBlock(const Peer &peer, const ReplayResult &result, size_t *blocks) {
+    size_t start = 0;
+    size_t end = 0;
+    if (*blocks < result.block_ends.size()) {
+        start = *blocks == 0 ? 0 : result.block_ends[*blocks - 1];
+        end = result.block_ends[*blocks];
+        (*blocks)++;
+    }
+    return SendText(peer, result.field_list) &&
+           SendAll(peer, result.rows.data() + start, end - start) && SendText(peer, "K");
 }
 
 // Answers the command and the word that opens the stream, and takes the rows.
@@ -220,7 +223,7 @@ static bool TakeStream(const Peer &peer, size_t stream_bytes, ReplayClock *clock
 static void Serve(Peer *peer, const ReplayResult &result, ReplayKey key, ReplayClock *clock) {
     if (!ReadLogin(peer, key) || !SendText(*peer, "K")) return;
     std::string text;
-    size_t cursor_sent = 0;
+    size_t cursor_blocks = 0;
     while (ReadRequest(*peer, result, clock, &text)) {
         bool sent;
         if (text.compare(0, 8, "PREPARE ") == 0) {
@@ -228,10 +231,10 @@ static void Serve(Peer *peer, const ReplayResult &result, ReplayKey key, ReplayC
         } else if (text.compare(0, 2, "? ") == 0 || text.compare(0, 6, "SELECT") == 0) {
             sent = SendRows(*peer, result, clock);
         } else if (text.compare(0, 5, "OPEN ") == 0) {
-            cursor_sent = 0;
+            cursor_blocks = 0;
             sent = SendText(*peer, result.field_list + "K");
         } else if (text.compare(0, 6, "FETCH ") == 0) {
-            sent = SendBlock(*peer, result, &cursor_sent);
+            sent = SendBlock(*peer, result, &cursor_blocks);
         } else if (text.compare(0, 8, "get lob ") == 0) {
             sent = SendText(*peer, result.large_value);
         } else if (text.compare(0, 5, "LOAD ") == 0) {
@@ -289,6 +292,22 @@ Replay ReplayStart(const ReplayResult &result, ReplayKey key) {
     }
     close(listener);
     return {process, ntohs(address.sin_port), (const ReplayClock *)shared};
+}
+
+int ReplayConnect(const Replay &replay) {
+    const int connection = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(replay.port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    Must(connect(connection, (sockaddr *)&address, sizeof address) == 0, "connect");
+    const int on = 1;
+    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    const std::string login = "login version = '301'";
+    char verdict;
+    Must(send(connection, login.data(), login.size(), 0) == (ssize_t)login.size(), "send");
+    Must(recv(connection, &verdict, 1, 0) == 1, "recv");
+    return connection;
 }
 
 void ReplayStop(Replay *replay) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 // What the server writes down for the client to see.
 struct ReplayClock {
@@ -23,13 +24,13 @@ struct Replay {
 
 // The result to replay.
 struct ReplayResult {
-    std::string field_list;    // with its 'A'
-    std::string rows;          // 'R' and a row, as often as there are rows
-    size_t first_block_bytes;  // of `rows`, up to the end of the 2000th row
-    size_t parameter_bytes;    // that follow each request with parameters
-    size_t row_bytes;          // of each row, when a cursor is to be served; else 0
-    std::string large_value;   // the whole answer to a get lob
-    size_t stream_bytes;       // of the rows of each load with the end of their stream
+    std::string field_list;          // with its 'A'
+    std::string rows;                // 'R' and a row, as often as there are rows
+    size_t first_block_bytes;        // of `rows`, up to the end of the 2000th row
+    size_t parameter_bytes;          // that follow each request with parameters
+    std::vector<size_t> block_ends;  // of `rows`, behind every 2000th row and the last, for cursors
+    std::string large_value;         // the whole answer to a get lob
+    size_t stream_bytes;             // of the rows of each load with the end of their stream
 };
 
 // What the client calculates with in an enciphered login: its cost goes by the exponent's length.
@@ -43,6 +44,9 @@ enum ReplayKey { REPLAY_EXPONENT_17_BITS, REPLAY_EXPONENT_256_BITS };
 // departs as fast as a plain one.
 Replay ReplayStart(const ReplayResult &result, ReplayKey key = REPLAY_EXPONENT_17_BITS);
 void ReplayStop(Replay *replay);
+
+// Connects and logs on by hand; the program ends when that fails.
+int ReplayConnect(const Replay &replay);
 
 // The request bytes of a command.
 std::string ReplayFrame(const std::string &text);

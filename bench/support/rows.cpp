@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-static constexpr int64_t FIRST_BLOCK_ROWS = 2000;
+static constexpr int64_t BLOCK_ROWS = 2000;
 
 static std::string Field(const std::string &name, int32_t type, int32_t size) {
     return WireText("T." + name) + WireInt32(type) + WireInt32(size) + WireInt32(0);
@@ -33,9 +33,10 @@ ReplayResult MakeRows(int64_t rows) {
         bytes += WireText(words);
         bytes += WireInt32(8) + WireInt64((int64_t)(random() % 4000000000000));
         bytes += WireText(std::to_string(row + 1));
-        if (row < FIRST_BLOCK_ROWS) {
-            result.first_block_bytes = bytes.size();
+        if ((row + 1) % BLOCK_ROWS == 0 || row + 1 == rows) {
+            result.block_ends.push_back(bytes.size());
         }
     }
+    result.first_block_bytes = result.block_ends.front();
     return result;
 }
