@@ -290,6 +290,9 @@ TEST_F(Lobs, AValueFetchedInPieces) {
                                           nullptr, nullptr, OCI_DYNAMIC_FETCH));
     ASSERT_EQ(OCI_NEED_DATA, app.Execute(stmt, 1));
     std::string text;
+    // It is read again for the next piece, so it lives as long as the pieces go on.
+    char buffer[3];
+    uint32_t length = 0;
     int32_t status = OCI_NEED_DATA;
     while (status == OCI_NEED_DATA) {
         void *handle = nullptr;
@@ -297,8 +300,7 @@ TEST_F(Lobs, AValueFetchedInPieces) {
         uint8_t in_out = 0, piece = 0;
         ASSERT_EQ(OCI_SUCCESS, OCIStmtGetPieceInfo(stmt, app.err, &handle, &type, &in_out,
                                                    &iteration, &index, &piece));
-        char buffer[3];
-        uint32_t length = sizeof buffer;
+        length = sizeof buffer;
         ASSERT_EQ(OCI_SUCCESS, OCIStmtSetPieceInfo(handle, type, app.err, buffer, &length, piece,
                                                    nullptr, nullptr));
         status = app.Fetch(stmt);
